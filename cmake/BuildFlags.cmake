@@ -1,0 +1,21 @@
+# Warnings and instrumentation that every target of the project is built with.
+add_library(onuqos_build_flags INTERFACE)
+target_compile_options(onuqos_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror)
+target_link_options(onuqos_build_flags INTERFACE -Wl,--as-needed)
+# Boost 1.74 includes a few of its own deprecated headers and says so.
+target_compile_definitions(onuqos_build_flags INTERFACE BOOST_ALLOW_DEPRECATED_HEADERS)
+# Unique symbols would keep a module in the process for ever once it is loaded; singletons do not need them.
+target_compile_options(onuqos_build_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
+
+# A peer can send any number where the wire has an enumeration, and the RPC library calls XDR routines through one
+# pointer type; neither is an error, so the checks that take them for one stay off.
+set(ONUQOS_NO_SANITIZE -fno-sanitize=enum $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
+if(ONUQOS_SANITIZE)
+    target_compile_options(onuqos_build_flags INTERFACE
+        -fsanitize=${ONUQOS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all ${ONUQOS_NO_SANITIZE} -O1)
+    target_link_options(onuqos_build_flags INTERFACE -fsanitize=${ONUQOS_SANITIZE})
+endif()
+if(ONUQOS_COVERAGE)
+    target_compile_options(onuqos_build_flags INTERFACE --coverage)
+    target_link_options(onuqos_build_flags INTERFACE --coverage)
+endif()

@@ -1,0 +1,93 @@
+#include "cac/overhead.h"
+
+#include "entity/interfaceType.h"
+#include "entity/log.h"
+#include "entity/onuQos.h"
+
+namespace {
+
+std::optional<std::uint32_t> parentOf(unsigned int onuIntf) {
+    Interfaces::Interface parent;
+    if (singleton<Interfaces>::instance().interfaceParentGet(onuIntf, parent) != 0) {
+        return std::nullopt;
+    }
+    return parent.intf;
+}
+
+}  // namespace
+
+onuQos::onuQosRes onuQos::onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent) {
+    const auto answer = parentOf(onuIntf);
+    if (!answer) {
+        logError(at, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", onuIntf);
+        return onuQosResError;
+    }
+    parent = *answer;
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuPortGet(At at, unsigned int onuIntf, std::uint32_t& port) const {
+    if (onuParentGet(at, onuIntf, port) != onuQosResOk) {
+        return onuQosResError;
+    }
+    if (!onuQosOltCacMap.contains(port)) {
+        logError(at, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", port);
+        return onuQosResError;
+    }
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuTypeCheck(unsigned int onuIntf) {
+    const auto type = interfaceTypeOf(onuIntf);
+    if (!type) {
+        return onuQosResError;
+    }
+    return *type == Interfaces::interfaceTypeOnu ? onuQosResOk : onuQosResWrongIntf;
+}
+
+onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned int fixedRate,
+                                                 unsigned int assuredRate, unsigned int& fixedOverhead,
+                                                 unsigned int& assuredOverhead) const {
+    constexpr const char* kOperation = "onuQosRatesOverheadGet";
+    const ReadLock lock(kOperation);
+    if (!lock) {
+        return onuQosResError;
+    }
+    if (const onuQosRes res = onuTypeCheck(onuIntf); res != onuQosResOk) {
+        return res;
+    }
+    std::uint32_t port = 0;
+    if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
+        return onuQosResError;
+    }
+    const cac::Overhead overhead = cac::tContOverhead(fixedRate, assuredRate);
+    fixedOverhead = overhead.fixed;
+    assuredOverhead = overhead.assured;
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuQosOnuOverheadGet(unsigned int onuIntf, unsigned int& fixedOverhead,
+                                               unsigned int& assuredOverhead) const {
+    constexpr const char* kOperation = "onuQosOnuOverheadGet";
+    const ReadLock lock(kOperation);
+    if (!lock) {
+        return onuQosResError;
+    }
+    if (const onuQosRes res = onuTypeCheck(onuIntf); res != onuQosResOk) {
+        return res;
+    }
+    std::uint32_t port = 0;
+    if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
+        return onuQosResError;
+    }
+    const auto others = configuredOnus_.otherOnPort(port, onuIntf, parentOf);
+    if (others.unanswered) {
+        logError(kOperation, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", *others.unanswered);
+        return onuQosResError;
+    }
+    const onuQosOltCacInfo& sums = onuQosOltCacMap.at(port);
+    const cac::Overhead overhead = cac::onuOverhead(!others.found, sums.fixedAlloc, sums.assuredAlloc);
+    fixedOverhead = overhead.fixed;
+    assuredOverhead = overhead.assured;
+    return onuQosResOk;
+}

@@ -1,0 +1,167 @@
+#include "Ports.h"
+#include "cac/limits.h"
+#include "entity/interfaceType.h"
+#include "entity/log.h"
+#include "entity/onuQos.h"
+
+namespace {
+
+/// The platform reports bytes per second.
+constexpr std::uint32_t kBytesPerSecondInKbit = 125;
+
+constexpr std::uint32_t kKbitInMbit = 1000;
+
+/// The manager of the PON ports; null when the platform has none, which is logged.
+OLTmanager* oltManager(At at, const char* text, unsigned int oltIntf) {
+    try {
+        return &singleton<Ports>::instance().getGponImpl();
+    } catch (const Ports::nullImplException&) {
+        logError(at, text, oltIntf);
+        return nullptr;
+    }
+}
+
+/// The port with this index; null when there is none, which is logged.
+OltPort* oltPort(At at, OLTmanager& manager, unsigned int index, unsigned int oltIntf) {
+    OltPort* port = manager.getOltPort(index);
+    if (port == nullptr) {
+        logError(at, "ONUQOS ERROR - getGponImpl()->getOltPort() failed for OLT intf: ", oltIntf);
+    }
+    return port;
+}
+
+}  // namespace
+
+onuQos::onuQosRes onuQos::getOltPortBwIntf(unsigned int oltIntf, oltPortBw& bandwidthClass) const {
+    constexpr const char* kOperation = "getOltPortBwIntf";
+    Interfaces::interfaceType type{};
+    Interfaces::pon_tech_t technology{};
+    {
+        const ReadLock lock(kOperation);
+        if (!lock) {
+            return onuQosResError;
+        }
+        if (singleton<Interfaces>::instance().interfaceGetTypePonTechnologyById(oltIntf, &type,
+                                                                                &technology) != 0) {
+            logError(kOperation, "interfaceGetTypePonTechnologyById failed for intf: ", oltIntf);
+            return onuQosResError;
+        }
+    }
+    if (type != Interfaces::interfaceTypeOltPon) {
+        return onuQosResError;
+    }
+    switch (technology) {
+        case Interfaces::ponTechGpon:
+            bandwidthClass = oltPortBwGpon;
+            return onuQosResOk;
+        case Interfaces::ponTech10G:
+            bandwidthClass = oltPortBw10G;
+            return onuQosResOk;
+        default:
+            logError(kOperation, "unknown tech_type: ", static_cast<int>(technology), " for intf: ", oltIntf);
+            return onuQosResError;
+    }
+}
+
+onuQos::onuQosRes onuQos::onuQosPonLinkDistanceGet(unsigned int oltIntf, unsigned int& minDistance,
+                                                   unsigned int& maxDistance) const {
+    constexpr const char* kOperation = "onuQosPonLinkDistanceGet";
+    if (interfaceTypeOf(oltIntf) != Interfaces::interfaceTypeOltPon) {
+        return onuQosResError;
+    }
+    OLTmanager* manager =
+        oltManager(kOperation, "ONUQOS ERROR - getGponImpl() failed for OLT intf: ", oltIntf);
+    if (manager == nullptr) {
+        return onuQosResError;
+    }
+    OltPort* port = oltPort(kOperation, *manager, oltIntf - 1, oltIntf);
+    if (port == nullptr) {
+        return onuQosResError;
+    }
+    rpcOltPort config;
+    if (port->getOMconfig(config) != 0) {
+        logError(kOperation, "ONUQOS ERROR - oltPort->getOMconfig(() failed for OLT intf: ", oltIntf);
+        return onuQosResError;
+    }
+    minDistance = config.minDistance;
+    maxDistance = config.maxDistance;
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuQosGetOltMaxFixedRate(unsigned int oltIntf, unsigned int& maxFixedRate) const {
+    constexpr const char* kOperation = "onuQosGetOltMaxFixedRate";
+    unsigned int minDistance = 0;
+    unsigned int maxDistance = 0;
+    if (onuQosPonLinkDistanceGet(oltIntf, minDistance, maxDistance) != onuQosResOk) {
+        logError(kOperation, "ONUQOS ERROR - onuQosGetOltMaxFixedRate failed for OLT intf: ", oltIntf);
+        return onuQosResError;
+    }
+    oltPortBw bandwidthClass{};
+    if (getOltPortBwIntf(oltIntf, bandwidthClass) != onuQosResOk) {
+        logError(kOperation, "getOltPortBwIntf failed for intf: ", oltIntf);
+        return onuQosResError;
+    }
+    maxFixedRate = cac::maxFixedRate(bandwidthClass, minDistance, maxDistance);
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuQosOltActualAvailRatesGet(unsigned int oltIntf, unsigned int& availFixedRate,
+                                                       unsigned int& availAssuredRate) const {
+    constexpr const char* kOperation = "onuQosOltActualAvailRatesGet";
+    if (interfaceTypeOf(oltIntf) != Interfaces::interfaceTypeOltPon) {
+        return onuQosResError;
+    }
+    OLTmanager* manager = oltManager(kOperation, "ONUQOS ERROR - getGponImpl() failed for intf: ", oltIntf);
+    if (manager == nullptr) {
+        return onuQosResError;
+    }
+    unsigned int olt = 0;
+    if (singleton<Interfaces>::instance().interfaceGetOltById(oltIntf, olt) != 0) {
+        logError(kOperation, "ONUQOS ERROR - interfaceGetOltById() failed for intf: ", oltIntf);
+        return onuQosResError;
+    }
+    OltPort* port = oltPort(kOperation, *manager, olt - 1, oltIntf);
+    if (port == nullptr) {
+        return onuQosResError;
+    }
+    OltPort::OltPortAvailableBanwith available;
+    if (port->getAvailableBandwith(&available) != 0) {
+        logError(kOperation,
+                 "ONUQOS ERROR - getGponImpl()->getOltPort()->getAvailableBandwith() failed for OLT intf: ",
+                 oltIntf);
+        return onuQosResError;
+    }
+    availFixedRate = available.fixed / kBytesPerSecondInKbit;
+    availAssuredRate = available.total / kBytesPerSecondInKbit;
+    return onuQosResOk;
+}
+
+onuQos::onuQosRes onuQos::onuQosOltIntfCacSpeedGet(unsigned int oltIntf, unsigned int& first,
+                                                   unsigned int& second) const {
+    const ReadLock lock("onuQosOltIntfCacSpeedGet");
+    if (!lock || interfaceTypeOf(oltIntf) != Interfaces::interfaceTypeOltPon) {
+        return onuQosResError;
+    }
+    const auto& interfaces = singleton<Interfaces>::instance();
+    bool up = false;
+    if (interfaces.interfacePhyStateGet(oltIntf, up) != 0) {
+        return onuQosResError;
+    }
+    if (up) {
+        dslSpeed_t speed;
+        if (interfaces.interfaceAccessSpeedGet(oltIntf, speed) != 0) {
+            return onuQosResError;
+        }
+        first = speed.upstream;
+        second = speed.downstream;
+        return onuQosResOk;
+    }
+    int upstream = 0;
+    int downstream = 0;
+    if (interfaces.interfaceEthPhyCapabilityGet(oltIntf, upstream, downstream) != 0) {
+        return onuQosResError;
+    }
+    first = static_cast<unsigned int>(upstream) * kKbitInMbit;
+    second = static_cast<unsigned int>(downstream) * kKbitInMbit;
+    return onuQosResOk;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <optional>
+
+#include "Interfaces.h"
+
+/// The type of an interface; nothing when the platform does not tell it.
+inline std::optional<Interfaces::interfaceType> interfaceTypeOf(unsigned int intf) {
+    Interfaces::interfaceType type{};
+    if (singleton<Interfaces>::instance().interfaceGetTypeById(intf, &type) != 0) {
+        return std::nullopt;
+    }
+    return type;
+}

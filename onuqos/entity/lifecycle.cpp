@@ -1,0 +1,130 @@
+#include <atomic>
+#include <boost/bind/bind.hpp>
+
+#include "BLLManager.h"
+#include "Features.h"
+#include "entity/log.h"
+#include "entity/onuQos.h"
+#include "onuEquipment.h"
+
+namespace {
+
+/// The platform feature that tells whether there are ONU equipment events.
+constexpr int kOnuEquipmentFeature = 5;
+
+/// Set and cleared by the configuration-apply notifications, read by operations on any thread.
+std::atomic<bool> configurationApplyInProgress{false};
+
+}  // namespace
+
+bool onuQos::configurationApplying() {
+    return configurationApplyInProgress;
+}
+
+bool onuQos::start() {
+    std::vector<Interfaces::Interface> interfaces;
+    singleton<Interfaces>::instance().interfaceListGet(interfaces);
+    if (!rpcProxy.start()) {
+        return false;
+    }
+
+    using namespace boost::placeholders;
+    auto& manager = singleton<BLLManager>::instance();
+    manager.configurationApplyStartEvent().appendPost(boost::bind(&onuQos::configurationApplyStart, this));
+    manager.configurationApplyStopEvent().appendPost(boost::bind(&onuQos::configurationApplyStop, this));
+    if (isActive(kOnuEquipmentFeature)) {
+        singleton<onuEquipment>::instance().onuConfigEvent().appendPost(
+            boost::bind(&onuQos::onuConfigEventHandler, this, _1, _2, _3));
+    }
+    singleton<Interfaces>::instance().interfaceEvent().appendPost(
+        boost::bind(&onuQos::interfaceStateChange, this, _1, _2));
+    manager.externalMessageEvent().appendPost(boost::bind(&onuQos::externalMessage, this, _1, _2, _3));
+
+    onuTContProfileRatesSet();
+    onuTContProfileSrDbaConfSet();
+
+    for (const auto& [intf, type] : interfaces) {
+        if (type == Interfaces::interfaceTypeOnu && onuQosOnuIntfInit(intf) != onuQosResOk) {
+            logError("start", "ONUQOS ERROR - onuQosOnuIntfInit() failed for intf: ", intf);
+            return false;
+        }
+        if (type == Interfaces::interfaceTypeOltPon && onuQosOltIntfInit(intf) != onuQosResOk) {
+            logError("start", "ONUQOS ERROR - onuQosOltIntfInit() failed for intf: ", intf);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool onuQos::stop() {
+    rpcProxy.stop(false);
+
+    using namespace boost::placeholders;
+    auto& manager = singleton<BLLManager>::instance();
+    manager.configurationApplyStartEvent().unsubscribePost(
+        boost::bind(&onuQos::configurationApplyStart, this));
+    manager.configurationApplyStopEvent().unsubscribePost(boost::bind(&onuQos::configurationApplyStop, this));
+    if (isActive(kOnuEquipmentFeature)) {
+        singleton<onuEquipment>::instance().onuConfigEvent().unsubscribePost(
+            boost::bind(&onuQos::onuConfigEventHandler, this, _1, _2, _3));
+    }
+    singleton<Interfaces>::instance().interfaceEvent().unsubscribePost(
+        boost::bind(&onuQos::interfaceStateChange, this, _1, _2));
+    manager.externalMessageEvent().unsubscribePost(boost::bind(&onuQos::externalMessage, this, _1, _2, _3));
+    return true;
+}
+
+bool onuQos::applyDefaultSettings() {
+    constexpr const char* kOperation = "applyDefaultSettings";
+    const WriteLock lock(kOperation);
+    if (!lock) {
+        return false;
+    }
+    onuFlowProfileMap.clear();
+    tContProfileMap.clear();
+    for (auto& [intf, bindings] : onuQosServiceIntfMap) {
+        bindings.clear();
+    }
+    boundProfiles_.clear();
+    for (auto& [intf, port] : onuQosOltCacMap) {
+        port = {};
+    }
+    for (auto& [intf, onu] : onuQosOnuCacMap) {
+        onu = {};
+    }
+    configuredOnus_.clearConfigured();
+
+    if (OMApi.onuQosClearConfig() != 0) {
+        logError(kOperation, "ONUQOS ERROR - OMApi.onuQosClearConfig()");
+        return false;
+    }
+
+    for (const auto& [intf, raised] : onuQosOltCacAlarmMap) {
+        if (raised && onuQosOltCacAlarm(intf, false) != onuQosResOk) {
+            logError(kOperation, "ONUQOS ERROR - onuQosOltCacAlarm() failed for OLT ", intf);
+            return false;
+        }
+    }
+    return true;
+}
+
+void onuQos::configurationApplyStart() {
+    configurationApplyInProgress = true;
+}
+
+void onuQos::configurationApplyStop() {
+    std::vector<Interfaces::Interface> interfaces;
+    singleton<Interfaces>::instance().interfaceListGet(interfaces);
+    configurationApplyInProgress = false;
+    for (const auto& [intf, type] : interfaces) {
+        if (type == Interfaces::interfaceTypeOltPon && onuQosOltCacStateUpdate(intf) != onuQosResOk) {
+            logError("configurationApplyStop",
+                     "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", intf);
+        }
+    }
+}
+
+onuQos::onuQosRes onuQos::tContProfileConsApplyStateGet(bool* applying) {
+    *applying = configurationApplying();
+    return onuQosResOk;
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+
+#include "BLLManager.h"
+#include "Log.h"
+
+/// Where a log line comes from. Made from the operation's name where the helper is called.
+struct At {
+    At(const char* name, int at = __builtin_LINE()) : operation(name), line(at) {}
+
+    const char* operation;
+    int line;
+};
+
+/// Writes a line of `level`, a piece at a time.
+template <typename... Pieces>
+void logLine(LogImpl::logLevel_t level, const Pieces&... pieces) {
+    auto& log = singleton<Log>::instance();
+    log.setMsgLevel(level);
+    (log.write(pieces), ...);
+}
+
+/// Writes an error line with the prefix by which operators know the module, whatever file it comes from.
+template <typename... Pieces>
+void logError(At at, const Pieces&... pieces) {
+    logLine(LogImpl::logLevelError, "onuQos.cpp", ":", at.line, ":", at.operation, ":", pieces..., "\n");
+}
+
+/// The platform lock of an operation, held for its whole run. Writes the module's line when it is not
+/// obtained; the line speaks of the exclusive lock in both cases.
+template <typename PlatformLock>
+class [[nodiscard]] OperationLock {
+public:
+    explicit OperationLock(const char* operation) {
+        if (!lock_.obtained()) {
+            logLine(LogImpl::logLevelError, "Error obtaining exclusive lock in ",
+                    "onuQos::" + std::string(operation) + ".\n");
+        }
+    }
+
+    explicit operator bool() const { return lock_.obtained(); }
+
+private:
+    PlatformLock lock_;
+};
+
+using WriteLock = OperationLock<BLLManager::exclusiveLock_t>;
+using ReadLock = OperationLock<BLLManager::sharedLock_t>;

@@ -1,0 +1,137 @@
+#include "entity/onuQos.h"
+
+#include "BLLManager.h"
+#include "Features.h"
+#include "Ports.h"
+#include "entity/log.h"
+#include "entity/onuQosClassInterface.h"
+#include "flow/rules.h"
+#include "rpc/dispatch.h"
+#include "servprofile.h"
+#include "zqbridge.h"
+
+template class singleton<onuQos>;
+
+std::uint32_t onuQos::TCONT_RATE_GRANULARITY;
+std::uint32_t onuQos::TCONT_PROFILE_RATE_MIN;
+std::uint32_t onuQos::TCONT_PROFILE_RATE_MAX;
+std::uint32_t onuQos::OLT_TOTAL_RATE_MAX;
+std::uint32_t onuQos::OLT_FIXED_RATE_MAX;
+std::uint32_t onuQos::ONUFLOW_PROFILE_US_PEAK_RATE_DEF;
+std::uint32_t onuQos::ONUFLOW_PROFILE_PEAK_RATE_MAX;
+std::uint32_t onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX;
+
+namespace {
+
+/// A rate that depends on the bandwidth class, kbit/s.
+struct ClassConstant {
+    std::uint32_t& constant;
+    std::uint32_t tenG;
+    std::uint32_t gpon;
+};
+
+// clang-format off
+/// 9953280 is the XGS-PON line rate (ITU-T G.9807.1) and 1244160 the GPON upstream line rate (ITU-T G.984.2).
+const ClassConstant kClassConstants[] = {
+    {onuQos::TCONT_RATE_GRANULARITY,           1024,    64},
+    {onuQos::TCONT_PROFILE_RATE_MIN,           1024,    256},
+    {onuQos::TCONT_PROFILE_RATE_MAX,           9953280, 1244160},
+    {onuQos::OLT_TOTAL_RATE_MAX,               9918464, 1240640},
+    {onuQos::OLT_FIXED_RATE_MAX,               9918464, 1240640},
+    {onuQos::ONUFLOW_PROFILE_US_PEAK_RATE_DEF, 9953280, 1244160},
+    {onuQos::ONUFLOW_PROFILE_PEAK_RATE_MAX,    9953280, 1244160},
+    {onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX,    9953280, 1244160},
+};
+// clang-format on
+
+/// Runs when the library is loaded. The manager comes first so that it outlives the entity.
+const bool kRegistered = [] {
+    singleton<BLLManager>::instance();
+    singleton<BLLManager>::instance().registerEntity(singleton<onuQos>::instance());
+    return true;
+}();
+
+}  // namespace
+
+onuQos::onuQos() : BLEntity("onuqos"), rpcProxy(rpcOnuqosStart, "onuqos_mng") {
+    const bool tenG = getOltPortBw();
+    for (const ClassConstant& row : kClassConstants) {
+        row.constant = tenG ? row.tenG : row.gpon;
+    }
+}
+
+onuQos::~onuQos() = default;
+
+void onuQos::applyConfiguration(boost::shared_ptr<Storage::Setting>) {}
+
+void onuQos::saveConfiguration(boost::shared_ptr<Storage::Setting>) const {}
+
+void onuQos::getDependencies(std::list<std::string>& names) {
+    names = {singleton<Interfaces>::instance().entityName(), singleton<zqbridge>::instance().entityName(),
+             singleton<servprofile>::instance().entityName(), singleton<Ports>::instance().entityName()};
+}
+
+bool onuQos::getOltPortBw() const {
+    return isActive(15) || isActive(13);
+}
+
+void onuQos::getOnuQosPortRanges(onuQosRanges_t& ranges) const {
+    ranges = {.guarRateUsMin = kFlowRateMin,
+              .guarRateUsMax = ONUFLOW_PROFILE_GUAR_RATE_MAX,
+              .peakRateUsMin = kFlowRateMin,
+              .peakRateUsMax = ONUFLOW_PROFILE_PEAK_RATE_MAX,
+              .fixedRateMin = TCONT_PROFILE_RATE_MIN,
+              .fixedRateMax = TCONT_PROFILE_RATE_MAX,
+              .assuredRateMin = TCONT_PROFILE_RATE_MIN,
+              .assuredRateMax = TCONT_PROFILE_RATE_MAX,
+              .maximumRateMin = TCONT_PROFILE_RATE_MIN,
+              .maximumRateMax = TCONT_PROFILE_RATE_MAX,
+              .onuFlowRateGranularity = kFlowRateStep,
+              .tContRateGranularity = TCONT_RATE_GRANULARITY};
+}
+
+onuQos::onuQosRes onuQos::onuQosTablesGet(onuQosTables& tables) const {
+    const ReadLock lock("onuQosTablesGet");
+    if (!lock) {
+        return onuQosResError;
+    }
+    tables = {.onuFlowProfileMap = onuFlowProfileMap,
+              .tContProfileMap = tContProfileMap,
+              .onuQosServiceIntfMap = onuQosServiceIntfMap,
+              .onuQosOltCacMap = onuQosOltCacMap,
+              .onuQosOnuCacMap = onuQosOnuCacMap,
+              .onuQosOltCacAlarmMap = onuQosOltCacAlarmMap};
+    return onuQosResOk;
+}
+
+const onuQosClassInterface* onuQosClassInterfaceGet() {
+    static const onuQosClassInterface table{
+        .entity = singleton<onuQos>::instance(),
+        .onuQosServiceApply = &onuQos::onuQosServiceApply,
+        .onuQosServiceRemove = &onuQos::onuQosServiceRemove,
+        .flowIdToServiceName = &onuQos::flowIdToServiceName,
+        .onuQosOltPortDistanceChangedEventHandler = &onuQos::onuQosOltPortDistanceChangedEventHandler,
+        .onuQosTablesGet = &onuQos::onuQosTablesGet,
+        .tContProfileCreate = &onuQos::tContProfileCreate,
+        .tContProfileDelete = &onuQos::tContProfileDelete,
+        .tContProfileRename = &onuQos::tContProfileRename,
+        .tContProfileGet = &onuQos::tContProfileGet,
+        .tContProfileIdSet = &onuQos::tContProfileIdSet,
+        .tContProfileTypeSet = &onuQos::tContProfileTypeSet,
+        .tContProfileFixedRateSet = &onuQos::tContProfileFixedRateSet,
+        .tContProfileAssuredRateSet = &onuQos::tContProfileAssuredRateSet,
+        .tContProfileMaximumRateSet = &onuQos::tContProfileMaximumRateSet,
+        .tContProfileAllocTypeSet = &onuQos::tContProfileAllocTypeSet,
+        .tContProfileSrdbaWeightSet = &onuQos::tContProfileSrdbaWeightSet,
+        .tContProfileSrdbaPrioritySet = &onuQos::tContProfileSrdbaPrioritySet,
+        .tContProfileCreateAndSet = &onuQos::tContProfileCreateAndSet,
+        .onuFlowProfileCreate = &onuQos::onuFlowProfileCreate,
+        .onuFlowProfileDelete = &onuQos::onuFlowProfileDelete,
+        .onuFlowProfileRename = &onuQos::onuFlowProfileRename,
+        .onuFlowProfileCopy = &onuQos::onuFlowProfileCopy,
+        .onuFlowProfileGet = &onuQos::onuFlowProfileGet,
+        .onuFlowProfileRuleSet = &onuQos::onuFlowProfileRuleSet,
+        .onuFlowProfileActionSet = &onuQos::onuFlowProfileActionSet,
+        .onuFlowProfileCreateAndSet = &onuQos::onuFlowProfileCreateAndSet};
+    return &table;
+}

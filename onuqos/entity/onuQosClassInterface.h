@@ -1,0 +1,48 @@
+#pragma once
+
+#include "entity/onuQos.h"
+
+/// The class interface of the module for a host that loads the library at run time and so cannot link to it.
+/// The host calls, for instance, `(module.entity.*module.onuQosServiceRemove)(intf, service)`.
+struct onuQosClassInterface {
+    onuQos& entity;
+
+    decltype(&onuQos::onuQosServiceApply) onuQosServiceApply;
+    decltype(&onuQos::onuQosServiceRemove) onuQosServiceRemove;
+    decltype(&onuQos::flowIdToServiceName) flowIdToServiceName;
+    decltype(&onuQos::onuQosOltPortDistanceChangedEventHandler) onuQosOltPortDistanceChangedEventHandler;
+    decltype(&onuQos::onuQosTablesGet) onuQosTablesGet;
+
+    decltype(&onuQos::tContProfileCreate) tContProfileCreate;
+    decltype(&onuQos::tContProfileDelete) tContProfileDelete;
+    decltype(&onuQos::tContProfileRename) tContProfileRename;
+    decltype(&onuQos::tContProfileGet) tContProfileGet;
+    decltype(&onuQos::tContProfileIdSet) tContProfileIdSet;
+    decltype(&onuQos::tContProfileTypeSet) tContProfileTypeSet;
+    decltype(&onuQos::tContProfileFixedRateSet) tContProfileFixedRateSet;
+    decltype(&onuQos::tContProfileAssuredRateSet) tContProfileAssuredRateSet;
+    decltype(&onuQos::tContProfileMaximumRateSet) tContProfileMaximumRateSet;
+    decltype(&onuQos::tContProfileAllocTypeSet) tContProfileAllocTypeSet;
+    decltype(&onuQos::tContProfileSrdbaWeightSet) tContProfileSrdbaWeightSet;
+    decltype(&onuQos::tContProfileSrdbaPrioritySet) tContProfileSrdbaPrioritySet;
+    decltype(&onuQos::tContProfileCreateAndSet) tContProfileCreateAndSet;
+
+    decltype(&onuQos::onuFlowProfileCreate) onuFlowProfileCreate;
+    decltype(&onuQos::onuFlowProfileDelete) onuFlowProfileDelete;
+    decltype(&onuQos::onuFlowProfileRename) onuFlowProfileRename;
+    decltype(&onuQos::onuFlowProfileCopy) onuFlowProfileCopy;
+    decltype(&onuQos::onuFlowProfileGet) onuFlowProfileGet;
+    decltype(&onuQos::onuFlowProfileRuleSet) onuFlowProfileRuleSet;
+    decltype(&onuQos::onuFlowProfileActionSet) onuFlowProfileActionSet;
+    decltype(&onuQos::onuFlowProfileCreateAndSet) onuFlowProfileCreateAndSet;
+};
+
+extern "C" {
+
+/// The name under which a host finds `onuQosClassInterfaceGet` in the loaded library.
+#define ONUQOS_CLASS_INTERFACE_GET "onuQosClassInterfaceGet"
+
+/// Valid for as long as the library is loaded.
+[[gnu::visibility("default")]] const onuQosClassInterface* onuQosClassInterfaceGet();
+
+}  // extern "C"

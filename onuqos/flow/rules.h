@@ -1,0 +1,141 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bitset>
+#include <cstdint>
+#include <vector>
+
+#include "entity/onuQos.h"
+#include "flow/parms.h"
+
+/// No customer PCP in a rule.
+constexpr std::uint32_t kPcpNone = 0xFFFFFFFF;
+
+/// The highest priority code point (IEEE 802.1Q), and the highest flow priority.
+constexpr std::uint32_t kPriorityMax = 7;
+
+/// The highest VLAN id that traffic can carry (IEEE 802.1Q); 0 and 4095 are reserved.
+constexpr std::uint16_t kVlanMax = 4094;
+
+/// The step and the least value of flow rates, kbit/s.
+constexpr std::uint32_t kFlowRateStep = 64;
+constexpr std::uint32_t kFlowRateMin = 128;
+
+/// Whether a sorted list holds ids from 1 to 4094 only; an empty one does.
+inline bool vlansValid(const std::vector<std::uint16_t>& sorted) {
+    return sorted.empty() || (sorted.front() != 0 && sorted.back() <= kVlanMax);
+}
+
+/// VLAN ids as a set; any 16-bit number may be asked for.
+using VlanSet = std::bitset<0x10000>;
+
+inline VlanSet vlanSet(const std::vector<std::uint16_t>& vlans) {
+    VlanSet set;
+    for (const std::uint16_t vlan : vlans) {
+        set.set(vlan);
+    }
+    return set;
+}
+
+/// `added`, followed by the ids of `stored` that it lacks in their order.
+inline std::vector<std::uint16_t> vlansAdded(const std::vector<std::uint16_t>& added,
+                                             const std::vector<std::uint16_t>& stored) {
+    VlanSet present = vlanSet(added);
+    std::vector<std::uint16_t> result = added;
+    for (const std::uint16_t vlan : stored) {
+        if (!present.test(vlan)) {
+            present.set(vlan);
+            result.push_back(vlan);
+        }
+    }
+    return result;
+}
+
+/// `stored` without any id of `removed`.
+inline std::vector<std::uint16_t> vlansRemoved(const std::vector<std::uint16_t>& removed,
+                                               const std::vector<std::uint16_t>& stored) {
+    const VlanSet unwanted = vlanSet(removed);
+    std::vector<std::uint16_t> result = stored;
+    std::erase_if(result, [&unwanted](std::uint16_t vlan) { return unwanted.test(vlan); });
+    return result;
+}
+
+/// What tells the four fields of an action apart. The bounds and defaults that depend on the bandwidth class
+/// are told by where they stand.
+struct FlowActionField {
+    onuQos::onuFlowProfileActionType type;
+    onuQosOMApi::onuQosOMApiFlowProfileActionType omType;
+    onuFlowProfileParm parm;
+    std::uint32_t onuQos::onuFlowProfileAction::*value;
+    bool isRate;  ///< rounded up to the step before it is looked at
+    const std::uint32_t* least;
+    const std::uint32_t* greatest;
+    const std::uint32_t* byDefault;
+    /// Whether `value` would put the guaranteed rate above the peak rate of `stored`.
+    bool (*crosses)(const onuQos::onuFlowProfileAction& stored, std::uint32_t value);
+    const char* domainError;  ///< of create-and-set
+    const char* setError;     ///< of create-and-set
+};
+
+inline constexpr std::uint32_t kZero = 0;
+
+/// In the order in which an action's fields are set.
+inline constexpr std::array<FlowActionField, 4> kFlowActionFields{{
+    {.type = onuQos::onuFlowProfileActionTypeGuarRateUs,
+     .omType = onuQosOMApi::onuQosOMApiFlowProfileActionGuarRateUs,
+     .parm = ONUFLOW_PARM_GUAR_RATE_US,
+     .value = &onuQos::onuFlowProfileAction::guarRateUs,
+     .isRate = true,
+     .least = &kFlowRateMin,
+     .greatest = &onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX,
+     .byDefault = &kFlowRateMin,
+     .crosses = [](const onuQos::onuFlowProfileAction& stored,
+                   std::uint32_t value) { return value > stored.peakRateUs; },
+     .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: guarRateUs domain error: ",
+     .setError = "ONUQOS ERROR - onuFlowProfileActionSet guarRateUs error: name="},
+    {.type = onuQos::onuFlowProfileActionTypePeakRateUs,
+     .omType = onuQosOMApi::onuQosOMApiFlowProfileActionPeakRateUs,
+     .parm = ONUFLOW_PARM_PEAK_RATE_US,
+     .value = &onuQos::onuFlowProfileAction::peakRateUs,
+     .isRate = true,
+     .least = &kFlowRateMin,
+     .greatest = &onuQos::ONUFLOW_PROFILE_PEAK_RATE_MAX,
+     .byDefault = &onuQos::ONUFLOW_PROFILE_US_PEAK_RATE_DEF,
+     .crosses = [](const onuQos::onuFlowProfileAction& stored,
+                   std::uint32_t value) { return value < stored.guarRateUs; },
+     .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: peakRateUs domain error: ",
+     .setError = "ONUQOS ERROR - onuFlowProfileActionSet peakRateUs error: name="},
+    {.type = onuQos::onuFlowProfileActionTypeFlowPriorityUs,
+     .omType = onuQosOMApi::onuQosOMApiFlowProfileActionFlowPriorityUs,
+     .parm = ONUFLOW_PARM_FLOW_PRIORITY_US,
+     .value = &onuQos::onuFlowProfileAction::flowPriorityUs,
+     .isRate = false,
+     .least = &kZero,
+     .greatest = &kPriorityMax,
+     .byDefault = &kZero,
+     .crosses = nullptr,
+     .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: flowPriorityUs domain error: ",
+     .setError = "ONUQOS ERROR - onuFlowProfileActionSet flowPriorityUs error: name="},
+    {.type = onuQos::onuFlowProfileActionTypeFlowPriorityDs,
+     .omType = onuQosOMApi::onuQosOMApiFlowProfileActionFlowPriorityDs,
+     .parm = ONUFLOW_PARM_FLOW_PRIORITY_DS,
+     .value = &onuQos::onuFlowProfileAction::flowPriorityDs,
+     .isRate = false,
+     .least = &kZero,
+     .greatest = &kPriorityMax,
+     .byDefault = &kZero,
+     .crosses = nullptr,
+     .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: flowPriorityDs domain error: ",
+     .setError = "ONUQOS ERROR - onuFlowProfileActionSet flowPriorityDs error: name="},
+}};
+
+inline constexpr const FlowActionField& kFlowGuarRate = kFlowActionFields[0];
+inline constexpr const FlowActionField& kFlowPeakRate = kFlowActionFields[1];
+inline constexpr const FlowActionField& kFlowPriorityUs = kFlowActionFields[2];
+inline constexpr const FlowActionField& kFlowPriorityDs = kFlowActionFields[3];
+
+/// Whether a value lies in the domain of its field.
+inline bool inDomain(const FlowActionField& field, std::uint32_t value) {
+    return value >= *field.least && value <= *field.greatest;
+}

@@ -1,0 +1,42 @@
+#include "rpc/serverXdr.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+
+/// A char travels as the int that it converts to, so 0x80 as 0xFFFFFF80.
+void encodeChars(std::int32_t* buffer, const char* elements, u_int count) {
+    std::transform(elements, elements + count, buffer, [](char element) {
+        return static_cast<std::int32_t>(
+            htonl(static_cast<std::uint32_t>(static_cast<signed char>(element))));
+    });
+}
+
+void decodeChars(const std::int32_t* buffer, char* elements, u_int count) {
+    std::transform(buffer, buffer + count, elements, [](std::int32_t item) {
+        return static_cast<char>(ntohl(static_cast<std::uint32_t>(item)));
+    });
+}
+
+}  // namespace
+
+bool_t onuqos_xdr_vector(XDR* xdrs, char* elements, u_int count, u_int size, xdrproc_t routine) {
+    if (routine == reinterpret_cast<xdrproc_t>(xdr_char) && xdrs->x_op != XDR_FREE) {
+        // Null where the transport has no such run of bytes at hand; the library then goes element by
+        // element.
+        if (std::int32_t* buffer = XDR_INLINE(xdrs, count * BYTES_PER_XDR_UNIT); buffer != nullptr) {
+            if (xdrs->x_op == XDR_ENCODE) {
+                encodeChars(buffer, elements, count);
+            } else {
+                decodeChars(buffer, elements, count);
+            }
+            return TRUE;
+        }
+    }
+    return xdr_vector(xdrs, elements, count, size, routine);
+}
+
+bool_t onuqos_xdr_string(XDR* xdrs, char** string, u_int maxSize) {
+    return xdr_string(xdrs, string, std::min(maxSize, ONUQOS_STRING_BYTES_MAX));
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Alarm reporting.
+class [[gnu::visibility("default")]] Diagnostics {
+public:
+    enum alarmAction : int { Report = 0, Retreat = 1 };
+
+    /// Which part of the board an alarm concerns; the numbers are the platform's.
+    enum boardObj_t : int { boardObjDefault = 0 };
+
+    /// The objects that an alarm concerns: a text and the numbers that identify them in the alarm catalogue.
+    struct alarmObjs {
+        std::string text;
+        std::vector<int> numbers;
+    };
+
+    /// Builds the object list of an alarm from one text and its numbers.
+    class objIds_t : public std::vector<alarmObjs> {
+    public:
+        template <typename... Numbers>
+        explicit objIds_t(char const* text, Numbers... numbers)
+            : std::vector<alarmObjs>{alarmObjs{text, {numbers...}}} {}
+    };
+
+    /// Raises (`Report`) or clears (`Retreat`) the alarm `code` of interface `intf`; true on success.
+    static bool reportAlarm(alarmAction action, unsigned int const& code, unsigned int const& intf,
+                            boardObj_t board, std::vector<alarmObjs> const& objects);
+};

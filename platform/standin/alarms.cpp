@@ -1,0 +1,66 @@
+#include "standin/alarms.h"
+
+#include <algorithm>
+#include <deque>
+
+#include "call.h"
+#include "state.h"
+
+namespace standin {
+namespace {
+
+struct AlarmTable {
+    std::vector<Alarm> active;
+    std::deque<Alarm> history;
+
+    void note(const Alarm& alarm) {
+        const auto found = std::ranges::find_if(active, [&alarm](const Alarm& other) {
+            return other.code == alarm.code && other.interface == alarm.interface &&
+                   other.board == alarm.board;
+        });
+        if (alarm.action == Diagnostics::Retreat) {
+            if (found != active.end()) {
+                active.erase(found);
+            }
+        } else if (found != active.end()) {
+            *found = alarm;
+        } else {
+            active.push_back(alarm);
+        }
+        history.push_back(alarm);
+        if (history.size() > alarms::kHistoryKept) {
+            history.pop_front();
+        }
+    }
+};
+
+}  // namespace
+
+Alarms alarms::snapshot() {
+    return state<AlarmTable>().with([](const AlarmTable& table) {
+        return Alarms{.active = table.active, .history = {table.history.begin(), table.history.end()}};
+    });
+}
+
+}  // namespace standin
+
+bool Diagnostics::reportAlarm(alarmAction action, unsigned int const& code, unsigned int const& intf,
+                              boardObj_t board, std::vector<alarmObjs> const& objects) {
+    using namespace standin;
+    if (call(Operation::reportAlarm, action, code, intf, board, objects)) {
+        return false;
+    }
+    Alarm alarm{.action = action,
+                .code = code,
+                .interface = intf,
+                .board = board,
+                .text = {},
+                .numbers = {},
+                .time = std::chrono::system_clock::now()};
+    for (const alarmObjs& object : objects) {
+        alarm.text += object.text;
+        alarm.numbers.insert(alarm.numbers.end(), object.numbers.begin(), object.numbers.end());
+    }
+    state<AlarmTable>().with([&alarm](AlarmTable& table) { table.note(alarm); });
+    return true;
+}

@@ -1,0 +1,18 @@
+// Compiled into a test program once per bandwidth class: the module fixes its constants when it is loaded, so
+// the platform's features have to be there before any other static object of the program is made.
+
+#include "standin/inventory.h"
+
+namespace {
+
+struct ClassOfProcess {
+    ClassOfProcess() {
+        standin::Inventory inventory;
+        inventory.features = {{ONUQOS_TEST_FEATURE, true}, {5, true}};
+        standin::configure(inventory);
+    }
+};
+
+[[maybe_unused]] [[gnu::init_priority(101)]] const ClassOfProcess classOfProcess;
+
+}  // namespace
