@@ -7,6 +7,10 @@
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
 
+using boost::placeholders::_1;
+using boost::placeholders::_2;
+using boost::placeholders::_3;
+
 namespace {
 
 /// The platform feature that tells whether there are ONU equipment events.
@@ -28,7 +32,6 @@ bool onuQos::start() {
         return false;
     }
 
-    using namespace boost::placeholders;
     auto& manager = singleton<BLLManager>::instance();
     manager.configurationApplyStartEvent().appendPost(boost::bind(&onuQos::configurationApplyStart, this));
     manager.configurationApplyStopEvent().appendPost(boost::bind(&onuQos::configurationApplyStop, this));
@@ -59,7 +62,6 @@ bool onuQos::start() {
 bool onuQos::stop() {
     rpcProxy.stop(false);
 
-    using namespace boost::placeholders;
     auto& manager = singleton<BLLManager>::instance();
     manager.configurationApplyStartEvent().unsubscribePost(
         boost::bind(&onuQos::configurationApplyStart, this));

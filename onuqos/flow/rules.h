@@ -13,14 +13,14 @@
 constexpr std::uint32_t kPcpNone = 0xFFFFFFFF;
 
 /// The highest priority code point (IEEE 802.1Q), and the highest flow priority.
-constexpr std::uint32_t kPriorityMax = 7;
+inline constexpr std::uint32_t kPriorityMax = 7;
 
 /// The highest VLAN id that traffic can carry (IEEE 802.1Q); 0 and 4095 are reserved.
 constexpr std::uint16_t kVlanMax = 4094;
 
 /// The step and the least value of flow rates, kbit/s.
 constexpr std::uint32_t kFlowRateStep = 64;
-constexpr std::uint32_t kFlowRateMin = 128;
+inline constexpr std::uint32_t kFlowRateMin = 128;
 
 /// Whether a sorted list holds ids from 1 to 4094 only; an empty one does.
 inline bool vlansValid(const std::vector<std::uint16_t>& sorted) {

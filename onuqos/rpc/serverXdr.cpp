@@ -13,10 +13,13 @@ void encodeChars(std::int32_t* buffer, const char* elements, u_int count) {
     });
 }
 
+/// Takes the low byte of each item. Goes by bytes: where a peer splits a record into odd fragments, the items
+/// of a stream lie on odd addresses.
 void decodeChars(const std::int32_t* buffer, char* elements, u_int count) {
-    std::transform(buffer, buffer + count, elements, [](std::int32_t item) {
-        return static_cast<char>(ntohl(static_cast<std::uint32_t>(item)));
-    });
+    const char* lowByte = reinterpret_cast<const char*>(buffer) + BYTES_PER_XDR_UNIT - 1;
+    for (u_int i = 0; i < count; ++i) {
+        elements[i] = lowByte[i * BYTES_PER_XDR_UNIT];
+    }
 }
 
 }  // namespace

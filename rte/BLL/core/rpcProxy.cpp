@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <string_view>
 
 #include "BLLManager.h"
@@ -60,7 +61,7 @@ bool RPCProxy::start() {
     }
     try {
         thread_ = boost::thread(boost::bind(&RPCProxy::threadFunction, this));
-    } catch (const boost::thread_resource_error&) {
+    } catch (const std::exception&) {
         return false;
     }
     return true;

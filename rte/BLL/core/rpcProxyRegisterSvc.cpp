@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "rte/BLL/core/datagramBounds.h"
 #include "rte/BLL/core/rpcProxy.h"
 
 namespace {
@@ -90,9 +91,14 @@ void registerTransport(SVCXPRT* transport, int descriptor, int protocol, const M
 
 void registerUdp(const Service& service) {
     const int descriptor = loopbackSocket(SOCK_DGRAM, IPPROTO_UDP, kUdpMessages, service);
-    if (descriptor != -1) {
-        registerTransport(svcudp_create(descriptor), descriptor, IPPROTO_UDP, kUdpMessages, service);
+    if (descriptor == -1) {
+        return;
     }
+    SVCXPRT* transport = svcudp_create(descriptor);
+    if (transport != nullptr) {
+        boundArgumentsToDatagram(transport);
+    }
+    registerTransport(transport, descriptor, IPPROTO_UDP, kUdpMessages, service);
 }
 
 void registerTcp(const Service& service) {

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "Diagnostics.h"
-#include "standin/api.h"
 
 namespace standin {
 
@@ -29,12 +28,16 @@ struct Alarms {
     std::vector<Alarm> history;
 };
 
-namespace STANDIN_API alarms {
+namespace alarms {
+
+#pragma GCC visibility push(default)
 
 inline constexpr std::size_t kHistoryKept = 4096;
 
 /// A consistent copy. May be called from any thread.
 Alarms snapshot();
+
+#pragma GCC visibility pop
 
 }  // namespace alarms
 }  // namespace standin

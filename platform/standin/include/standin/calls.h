@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "standin/api.h"
 #include "standin/operations.h"
 
 namespace standin {
@@ -23,7 +22,9 @@ struct Call {
 
 /// What the platform was asked. May be called from any thread; covers the calls of all threads. Calls that a
 /// fault hits are included.
-namespace STANDIN_API calls {
+namespace calls {
+
+#pragma GCC visibility push(default)
 
 /// How often `operation` has been called since the start of the process or the last `reset`.
 std::uint64_t count(Operation operation);
@@ -39,6 +40,8 @@ std::vector<Call> traceTake();
 
 /// Like `traceTake`, and ends the recording.
 std::vector<Call> traceStop();
+
+#pragma GCC visibility pop
 
 }  // namespace calls
 }  // namespace standin

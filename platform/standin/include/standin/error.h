@@ -2,13 +2,11 @@
 
 #include <stdexcept>
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// Thrown by the control operations of the stand-in when they cannot do what they are told: one line that
 /// names the thing and the reason. Nothing has changed then, unless the operation says otherwise.
-class STANDIN_API Error : public std::runtime_error {
+class [[gnu::visibility("default")]] Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };

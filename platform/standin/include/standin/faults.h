@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <map>
 
-#include "standin/api.h"
 #include "standin/operations.h"
 
 namespace standin {
@@ -31,7 +30,9 @@ struct Fault {
 };
 
 /// The table of faults. May be called from any thread.
-namespace STANDIN_API faults {
+namespace faults {
+
+#pragma GCC visibility push(default)
 
 /// Arms `fault` for `operation` in place of the one that was armed. A fault with no `times` disarms.
 void set(Operation operation, const Fault& fault = {});
@@ -41,6 +42,8 @@ void clearAll();
 
 /// The armed faults, each with what is left of `times` and `after`.
 std::map<Operation, Fault> list();
+
+#pragma GCC visibility pop
 
 }  // namespace faults
 }  // namespace standin

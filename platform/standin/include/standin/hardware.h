@@ -7,8 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// How the hardware layer knows an interface, as in `zqOMApiInterface_s`.
@@ -93,7 +91,9 @@ struct Hardware {
 /// The hardware layer behind `onuQosOMApi`: a mirror of what has been pushed to it. It takes what it is told
 /// and checks nothing. Creating what exists replaces it; deleting, renaming or changing what does not exist
 /// is accepted and changes nothing; renaming onto an existing name replaces that one. Rates are in kbit/s.
-namespace STANDIN_API hardware {
+namespace hardware {
+
+#pragma GCC visibility push(default)
 
 inline constexpr std::size_t kOnuEventsKept = 1024;
 
@@ -103,6 +103,8 @@ Hardware snapshot();
 /// The profile of that name in the mirror, if there is one. As for `snapshot`.
 std::optional<TContProfile> tContProfile(std::string_view name);
 std::optional<FlowProfile> flowProfile(std::string_view name);
+
+#pragma GCC visibility pop
 
 }  // namespace hardware
 }  // namespace standin

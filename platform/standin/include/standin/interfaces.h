@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <optional>
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// Control of the interfaces and their events. May be called from any thread. The operations that set
 /// something throw `Error` when the interface is unknown.
-namespace STANDIN_API interfaces {
+namespace interfaces {
+
+#pragma GCC visibility push(default)
 
 void setLinkUp(unsigned int interface, bool up);
 
@@ -27,11 +27,15 @@ bool raiseEvent(unsigned int interface, int event);
 /// Raises the ONU equipment manager's configuration event, as `raiseEvent`.
 bool raiseOnuConfigEvent(unsigned int interface, bool ready, bool other);
 
+#pragma GCC visibility pop
+
 }  // namespace interfaces
 
 /// Control of the PON ports, named by their interface index. May be called from any thread. Every operation
 /// throws `Error` when there is no such PON port.
-namespace STANDIN_API ports {
+namespace ports {
+
+#pragma GCC visibility push(default)
 
 /// Bytes per second.
 struct Available {
@@ -54,6 +58,8 @@ void overrideAvailable(unsigned int interface, std::optional<Available> availabl
 
 /// The port's free bandwidth as the port itself would report it.
 Available available(unsigned int interface);
+
+#pragma GCC visibility pop
 
 }  // namespace ports
 }  // namespace standin

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Interfaces.h"
-#include "standin/api.h"
 
 namespace standin {
 
@@ -78,6 +77,6 @@ struct Inventory {
 ///
 /// Throws `Error` when an interface index or an OLT port number is used twice, and for service profiles that
 /// `serviceProfiles::add` would refuse.
-STANDIN_API void configure(const Inventory& inventory);
+[[gnu::visibility("default")]] void configure(const Inventory& inventory);
 
 }  // namespace standin

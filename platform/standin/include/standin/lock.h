@@ -3,13 +3,13 @@
 #include <chrono>
 #include <cstddef>
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// The business-logic lock behind `BLLManager::exclusiveLock_t` and `sharedLock_t`. Threads that wait are
 /// served in the order of their arrival, readers that arrived one after the other together.
-namespace STANDIN_API lock {
+namespace lock {
+
+#pragma GCC visibility push(default)
 
 inline constexpr std::chrono::milliseconds kDefaultDeadline{30'000};
 
@@ -23,6 +23,8 @@ std::chrono::milliseconds deadline();
 
 /// How many threads wait for the lock now.
 std::size_t waiting();
+
+#pragma GCC visibility pop
 
 }  // namespace lock
 }  // namespace standin

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// A line of the log as it was composed, with its "\n".
@@ -22,7 +20,9 @@ struct LogLine {
 ///
 /// A line on standard error or in a file is the time in UTC with milliseconds, the level and the text:
 /// "2024-05-06T07:08:09.012Z 1 onuQos.cpp:...\n".
-namespace STANDIN_API log {
+namespace log {
+
+#pragma GCC visibility push(default)
 
 inline constexpr int kDefaultLevel = 1;
 
@@ -44,10 +44,12 @@ void reopen();
 /// last time after the lines have been sent elsewhere. `take` must not log.
 void toCallback(std::function<void(const LogLine&)> take);
 
+#pragma GCC visibility pop
+
 }  // namespace log
 
 /// Collects the lines of the log while it lives; then they go again where they went before. Captures nest.
-class STANDIN_API LogCapture {
+class [[gnu::visibility("default")]] LogCapture {
 public:
     LogCapture();
     ~LogCapture();

@@ -6,8 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "standin/api.h"
-
 namespace standin {
 
 enum class EntityState : std::uint8_t { registered, started, failed, stopped };
@@ -27,7 +25,9 @@ struct Entity {
 /// Drives the entities and events of `BLLManager`. Only one thread at a time may drive entities; the other
 /// operations may be called from any thread. No lock is held while an entity or a handler runs. The caller
 /// sees to it that no entity is destroyed while it is driven.
-namespace STANDIN_API manager {
+namespace manager {
+
+#pragma GCC visibility push(default)
 
 /// The registered entities, in the order of their registration. The platform's own, "interfaces", "zqbridge",
 /// "servprofile" and "ports", register when the library is loaded.
@@ -63,6 +63,8 @@ bool raiseConfigurationApplyStop(int reason = 0);
 /// handler vetoed it.
 std::optional<std::string> sendExternalMessage(const std::string& message, const std::string& argument,
                                                const std::string& sender = "standin");
+
+#pragma GCC visibility pop
 
 }  // namespace manager
 }  // namespace standin

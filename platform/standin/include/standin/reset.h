@@ -1,7 +1,5 @@
 #pragma once
 
-#include "standin/api.h"
-
 namespace standin {
 
 /// Returns the stand-in to the state of a fresh process by making its state anew: interfaces, features,
@@ -10,6 +8,6 @@ namespace standin {
 ///
 /// What belongs to others stays: registered entities with their states, handlers appended to events, threads
 /// that run, locks that are held. For tests, between cases, while no platform operation runs.
-STANDIN_API void reset();
+[[gnu::visibility("default")]] void reset();
 
 }  // namespace standin

@@ -3,13 +3,14 @@
 #include <string_view>
 #include <vector>
 
-#include "standin/api.h"
 #include "standin/inventory.h"
 
 namespace standin {
 
 /// The service profiles that `servprofile` shows. May be called from any thread.
-namespace STANDIN_API serviceProfiles {
+namespace serviceProfiles {
+
+#pragma GCC visibility push(default)
 
 /// Adds a profile at the end. Throws `Error` when its name is empty or exists already, or when a text has
 /// more than 64 bytes or contains a NUL.
@@ -20,6 +21,8 @@ void remove(std::string_view name);
 
 /// All profiles, in the order in which they were added.
 std::vector<ServiceProfile> list();
+
+#pragma GCC visibility pop
 
 }  // namespace serviceProfiles
 }  // namespace standin

@@ -9,8 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "standin/api.h"
-
 namespace standin {
 
 struct Thread {
@@ -22,7 +20,9 @@ struct Thread {
 
 /// The threads that registered with `BLLManager`. May be called from any thread. A thread that registers
 /// under several names is listed under each.
-namespace STANDIN_API threads {
+namespace threads {
+
+#pragma GCC visibility push(default)
 
 /// How many ended threads are remembered.
 inline constexpr std::size_t kEndedKept = 256;
@@ -39,6 +39,8 @@ bool awaitEnd(std::string_view name, std::chrono::milliseconds limit);
 
 /// Sends `signal` to every running thread registered as `name`; how many there were.
 std::size_t sendSignal(std::string_view name, int signal);
+
+#pragma GCC visibility pop
 
 }  // namespace threads
 }  // namespace standin

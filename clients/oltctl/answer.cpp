@@ -1,0 +1,160 @@
+#include "answer.h"
+
+#include <algorithm>
+#include <limits>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+#include "name.h"
+#include "table.h"
+#include "text.h"
+#include "vlanList.h"
+
+namespace oltctl {
+namespace {
+
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+bool isRecord(const Json& value) {
+    return value.is_object() && !clients::nameFromJson(value);
+}
+
+bool isRecordList(const Json& value) {
+    return value.is_array() && !value.empty() && std::all_of(value.begin(), value.end(), isRecord);
+}
+
+bool isSmallNumber(const Json& value) {
+    return value.is_number_unsigned() &&
+           value.get<std::uint64_t>() <= std::numeric_limits<std::uint16_t>::max();
+}
+
+std::string cell(const Json& value) {
+    if (const auto name = clients::nameFromJson(value)) {
+        return clients::printable(*name);
+    }
+    if (value.is_null()) {
+        return "-";
+    }
+    if (value.is_boolean()) {
+        return value.get<bool>() ? "yes" : "no";
+    }
+    if (!value.is_array()) {
+        return value.dump();
+    }
+    if (value.empty()) {
+        return "-";
+    }
+    if (std::all_of(value.begin(), value.end(), isSmallNumber)) {
+        return clients::formatVlans(value.get<clients::VlanList>());
+    }
+    std::string text;
+    for (const Json& element : value) {
+        text += text.empty() ? "" : " ";
+        text += isRecord(element) && element.contains("name") ? cell(element["name"]) : cell(element);
+    }
+    return text;
+}
+
+void printRecords(std::ostream& out, const Json& records) {
+    std::vector<std::string> keys;
+    for (const Json& record : records) {
+        for (const auto& [key, value] : record.items()) {
+            if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+                keys.push_back(key);
+            }
+        }
+    }
+    std::vector<clients::Table::Column> columns;
+    for (const std::string& key : keys) {
+        const bool numbers = std::all_of(records.begin(), records.end(), [&](const Json& record) {
+            return !record.contains(key) || record[key].is_number() || record[key].is_null();
+        });
+        columns.push_back(
+            {clients::printable(key), numbers ? clients::Table::Align::right : clients::Table::Align::left});
+    }
+    clients::Table table(columns);
+    for (const Json& record : records) {
+        std::vector<std::string> cells;
+        for (const std::string& key : keys) {
+            cells.push_back(record.contains(key) ? cell(record[key]) : "");
+        }
+        table.add(cells);
+    }
+    table.print(out);
+}
+
+Fields fieldsOf(const Json& record) {
+    Fields fields;
+    for (const auto& [key, value] : record.items()) {
+        fields.emplace_back(clients::printable(key), cell(value));
+    }
+    return fields;
+}
+
+}  // namespace
+
+std::string refusalText(const Json& answer) {
+    const auto textOf = [](const Json& object, const char* key) {
+        return object.contains(key) && object[key].is_string() ? object[key].get<std::string>()
+                                                               : std::string();
+    };
+    const std::string text = textOf(answer, "text");
+    if (answer["result"] != 0) {
+        return text.empty() ? "result " + answer["result"].dump() : text;
+    }
+    const Json arguments = answer.value("arguments", Json::object());
+    if (arguments.is_object() && arguments.contains("res") && arguments["res"] != 0) {
+        return textOf(arguments, "resName") + " (" + arguments["res"].dump() + ")";
+    }
+    if (arguments.is_object() && arguments.contains("ok") && arguments["ok"] == false) {
+        return text.empty() ? "not carried out; the log of oltmgrd says why" : text;
+    }
+    return "";
+}
+
+void printAnswer(std::ostream& out, const Json& answer) {
+    const Json arguments = answer.value("arguments", Json::object());
+    Fields fields;
+    std::vector<std::pair<std::string, Json>> sections;
+    for (const auto& [key, value] : arguments.items()) {
+        if (isRecord(value) || isRecordList(value)) {
+            sections.emplace_back(key, value);
+        } else {
+            fields.emplace_back(clients::printable(key), cell(value));
+        }
+    }
+    if (fields.empty() && sections.empty()) {
+        const std::string text =
+            answer.contains("text") && answer["text"].is_string() ? answer["text"] : Json("");
+        out << (text.empty() ? "done" : clients::printable(text)) << '\n';
+        return;
+    }
+    clients::printFields(out, fields);
+    const bool headings = sections.size() > 1 || !fields.empty();
+    bool separated = fields.empty();
+    for (const auto& [key, value] : sections) {
+        if (!std::exchange(separated, false)) {
+            out << '\n';
+        }
+        if (headings) {
+            out << clients::printable(key) << ":\n";
+        }
+        if (value.is_array()) {
+            printRecords(out, value);
+        } else {
+            clients::printFields(out, fieldsOf(value));
+        }
+    }
+}
+
+void printReply(std::ostream& out, const Json& answer) {
+    const Json arguments = answer.value("arguments", Json::object());
+    if (!arguments.is_object() || !arguments.contains("reply")) {
+        printAnswer(out, answer);
+        return;
+    }
+    out << clients::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
+}
+
+}  // namespace oltctl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <iosfwd>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace oltctl {
+
+using Json = nlohmann::ordered_json;
+
+/// Why an answer is a refusal: the server's text, or what the module answered. Empty for a command carried
+/// out.
+std::string refusalText(const Json& answer);
+
+/// Prints an answer for people: single values as lines, lists of records as tables, the text where there is
+/// nothing else.
+void printAnswer(std::ostream& out, const Json& answer);
+
+/// Prints the bytes of the answer's `reply` as they are.
+void printReply(std::ostream& out, const Json& answer);
+
+}  // namespace oltctl

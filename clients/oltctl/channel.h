@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace oltctl {
+
+using Json = nlohmann::ordered_json;
+
+/// A connection to the control channel of the management process: one JSON object a line each way.
+class Channel {
+public:
+    /// Connects to the Unix socket `path`; `timeoutSeconds` bounds connecting and each request together with
+    /// its answer. Throws clients::UsageError for a path no socket can have, clients::NoAnswer when nobody
+    /// serves it.
+    Channel(const std::string& path, double timeoutSeconds);
+    ~Channel();
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+
+    /// Sends a request and gives its answer, an object with a number `result`, however long it is.
+    /// Throws clients::NoAnswer.
+    Json request(const Json& request);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void awaitReady(short events, Clock::time_point deadline) const;
+    void send(const std::string& line, Clock::time_point deadline) const;
+    [[nodiscard]] std::string receiveLine(Clock::time_point deadline);
+
+    std::string path_;
+    double timeoutSeconds_;
+    int descriptor_;
+    std::string received_;
+};
+
+}  // namespace oltctl

@@ -1,0 +1,249 @@
+#include <unistd.h>
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <thread>
+
+#include "commands.h"
+#include "errors.h"
+#include "number.h"
+#include "table.h"
+
+namespace onuqosctl {
+namespace {
+
+constexpr std::uint32_t kUnknownRate = 0xFFFFFFFF;
+constexpr const char* kWatchDefault = "2";
+
+// What a port carries for fixed and assured rates together, by the largest rate of its class; kbit/s.
+struct ClassTotal {
+    std::uint32_t largestRate, total;
+};
+constexpr ClassTotal kClassTotals[] = {{1244160, 1240640}, {9953280, 9918464}};
+
+struct Options {
+    std::vector<std::string> ports;
+    std::string capacity, fixedCapacity;
+    std::string watch = kWatchDefault;
+    std::string count;
+};
+
+/// What a port answered.
+struct PortState {
+    std::uint32_t port;
+    std::int32_t result;
+    rpcCacOltInfo info;
+};
+
+/// What the bars are measured against, kbit/s.
+struct Capacities {
+    std::uint32_t total;
+    std::optional<std::uint32_t> fixed;
+};
+
+PortState askPort(Session& session, std::uint32_t port) {
+    const auto& reply = session.program.ask(rpc_cac_olt_get_1, port);
+    return {port, resultOf(reply), reply.info};
+}
+
+/// The ports named, or those from interface 1 on up to the first that is none: the module has no list to ask
+/// for, and logs every question about an interface that is no PON port.
+std::vector<std::uint32_t> portsToShow(Session& session, const Options& options) {
+    std::vector<std::uint32_t> ports;
+    for (const std::string& port : options.ports) {
+        ports.push_back(clients::parseUnsigned(port, "PORT"));
+    }
+    if (!ports.empty()) {
+        return ports;
+    }
+    PortState state = askPort(session, 1);
+    require(Family::tcont, state.result, "cac show", "interface 1 is no PON port; name the ports to show");
+    while (state.result == 0) {
+        ports.push_back(state.port);
+        state = askPort(session, state.port + 1);
+    }
+    return ports;
+}
+
+Capacities capacitiesFrom(Session& session, const Options& options) {
+    Capacities capacities{};
+    if (!options.fixedCapacity.empty()) {
+        capacities.fixed = clients::parseRate(options.fixedCapacity);
+    }
+    if (!options.capacity.empty()) {
+        capacities.total = clients::parseRate(options.capacity);
+        return capacities;
+    }
+    const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
+    require(Family::tcont, resultOf(reply), "cac show");
+    const std::uint32_t largestRate = reply.data.maximumRateMax;
+    const auto* row =
+        std::find_if(std::begin(kClassTotals), std::end(kClassTotals),
+                     [=](const ClassTotal& candidate) { return candidate.largestRate == largestRate; });
+    capacities.total = row == std::end(kClassTotals) ? largestRate : row->total;
+    return capacities;
+}
+
+std::string rateText(std::uint32_t rate) {
+    return rate == kUnknownRate ? "unknown" : std::to_string(rate);
+}
+
+std::string usedBar(std::uint32_t capacity, std::uint32_t free) {
+    return clients::bar(capacity - std::min(capacity, free), capacity);
+}
+
+Json rateJson(std::uint32_t rate) {
+    return rate == kUnknownRate ? Json(nullptr) : Json(rate);
+}
+
+Json toJson(const PortState& state) {
+    Json json = {{"interface", state.port},
+                 {"result", state.result},
+                 {"resultName", resultName(Family::tcont, state.result)}};
+    if (state.result == 0) {
+        json["estAvailFixedRate"] = state.info.estAvailFixedRate;
+        json["estAvailAssuredRate"] = state.info.estAvailAssuredRate;
+        json["actAvailFixedRate"] = rateJson(state.info.actAvailFixedRate);
+        json["actAvailAssuredRate"] = rateJson(state.info.actAvailAssuredRate);
+        json["cacViolation"] = state.info.cacViolation != 0;
+    }
+    return json;
+}
+
+void printTable(std::ostream& out, const std::vector<PortState>& states, const Capacities& capacities) {
+    using clients::Table;
+    constexpr auto kRight = Table::Align::right;
+    std::vector<Table::Column> columns = {{"port", kRight},
+                                          {"est. fixed", kRight},
+                                          {"est. assured", kRight},
+                                          {"act. fixed", kRight},
+                                          {"act. assured", kRight},
+                                          {"violation"},
+                                          {"used of " + std::to_string(capacities.total)}};
+    if (capacities.fixed) {
+        columns.push_back({"fixed used of " + std::to_string(*capacities.fixed)});
+    }
+    out << "rates in kbit/s; what is free as the module estimates it (est.) and as the platform has it "
+           "(act.)\n";
+    Table table(columns);
+    for (const PortState& state : states) {
+        std::vector<std::string> cells = {std::to_string(state.port), "-", "-", "-", "-", "-", "-"};
+        if (state.result == 0) {
+            cells = {std::to_string(state.port),
+                     rateText(state.info.estAvailFixedRate),
+                     rateText(state.info.estAvailAssuredRate),
+                     rateText(state.info.actAvailFixedRate),
+                     rateText(state.info.actAvailAssuredRate),
+                     state.info.cacViolation != 0 ? "VIOLATION" : "no",
+                     usedBar(capacities.total, state.info.estAvailAssuredRate)};
+        }
+        if (capacities.fixed) {
+            cells.push_back(state.result == 0 ? usedBar(*capacities.fixed, state.info.estAvailFixedRate)
+                                              : "-");
+        }
+        table.add(cells);
+    }
+    table.print(out);
+}
+
+/// Asks every port and prints one table or document. Gives the exit status.
+int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Capacities& capacities,
+             bool oneLine) {
+    std::vector<PortState> states;
+    for (const std::uint32_t port : ports) {
+        states.push_back(askPort(session, port));
+    }
+    if (session.json()) {
+        Json document = {{"capacity", capacities.total}, {"ports", Json::array()}};
+        for (const PortState& state : states) {
+            document["ports"].push_back(toJson(state));
+        }
+        session.out << document.dump(oneLine ? -1 : 2) << '\n';
+    } else {
+        printTable(session.out, states, capacities);
+    }
+    session.out.flush();
+    int status = clients::kCarriedOut;
+    for (const PortState& state : states) {
+        if (state.result != 0) {
+            std::cerr << "onuqosctl: cac show " << state.port << ": "
+                      << resultName(Family::tcont, state.result) << " (" << state.result << "): interface "
+                      << state.port << " is no PON port the module can tell about\n";
+            status = clients::kRefused;
+        }
+    }
+    return status;
+}
+
+int show(Session& session, const Options& options, bool watching) {
+    const double interval = clients::parseSeconds(options.watch, "--watch");
+    std::uint32_t left = options.count.empty() ? 0 : clients::parseUnsigned(options.count, "--count");
+    const std::vector<std::uint32_t> ports = portsToShow(session, options);
+    const Capacities capacities = capacitiesFrom(session, options);
+    const bool redraw = watching && !session.json() && ::isatty(STDOUT_FILENO) == 1;
+    for (bool first = true;; first = false) {
+        if (redraw) {
+            session.out << "\x1b[H\x1b[2J";
+        } else if (!first && !session.json()) {
+            session.out << '\n';
+        }
+        const int status = showOnce(session, ports, capacities, watching);
+        const bool last = !watching || (left > 0 && --left == 0);
+        if (last || status != clients::kCarriedOut || !session.out) {
+            return status;
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(interval));
+    }
+}
+
+}  // namespace
+
+void addCacCommand(CLI::App& app, Action& action) {
+    CLI::App* cac = app.add_subcommand("cac", "Admission control of the PON ports")->require_subcommand(1);
+    CLI::App* command = cac->add_subcommand("show", "Shows what is free on PON ports (procedure 201)");
+    auto options = std::make_shared<Options>();
+    command->add_option(
+        "PORT", options->ports,
+        "Interface indexes of PON ports; without any, those from 1 on up to the first that is none");
+    command->add_option("--capacity", options->capacity, "What the bar is measured against")
+        ->type_name("RATE");
+    command
+        ->add_option("--fixed-capacity", options->fixedCapacity,
+                     "Adds a bar of the fixed rate, measured against this")
+        ->type_name("RATE");
+    CLI::Option* watch =
+        command->add_option("--watch", options->watch, "Shows it again every SECONDS, 2 unless given")
+            ->expected(0, 1)
+            ->default_str(kWatchDefault)
+            ->type_name("[SECONDS]");
+    command->add_option("--count", options->count, "With --watch: ends after this many times")
+        ->needs(watch)
+        ->type_name("N");
+    command->footer(
+        "Estimated rates are what the module's own account leaves free, limited to the actual ones; actual "
+        "rates are what\n"
+        "the platform has free, \"unknown\" (null in JSON) where it cannot tell. \"free assured\" is free "
+        "for fixed and\n"
+        "assured rates together.\n"
+        "The bar shows what is used: the capacity less the estimated free assured rate. The module does not "
+        "tell the\n"
+        "capacity of a port. Unless --capacity gives it, the bar is measured against what every port of the "
+        "class carries\n"
+        "(1240640 or 9918464 kbit/s; procedure 202 tells the class), so a port that the platform gives less "
+        "never looks\n"
+        "empty. What a port carries for fixed rates depends on its fibre distances: that bar needs "
+        "--fixed-capacity.\n"
+        "With --watch, JSON is one document a line. Put PORTs before --watch.\n" +
+        std::string(clients::kRateHelp));
+    command->callback([&action, options, watch] {
+        action = [options, watching = watch->count() > 0](Session& session) {
+            return show(session, *options, watching);
+        };
+    });
+}
+
+}  // namespace onuqosctl

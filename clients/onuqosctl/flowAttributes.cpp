@@ -1,0 +1,69 @@
+#include "flowAttributes.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "number.h"
+
+namespace onuqosctl {
+namespace {
+
+using Kind = FlowAttribute::Kind;
+
+// clang-format off
+constexpr FlowAttribute kAttributes[] = {
+    {"--vlan", "LIST", "Customer VLANs to match, for instance 10,100-199; an empty list matches none", Kind::vlans,
+     rpcOnuFlowProfileParmsCVlan, rpcOnuFlowProfileActionTypeNone, nullptr},
+    {"--pcp", "N|none", "Customer priority code point to match, 0 to 7", Kind::pcp,
+     rpcOnuFlowProfileParmsCPcp, rpcOnuFlowProfileActionTypeNone, nullptr},
+    {"--guaranteed", "RATE|default", "Guaranteed upstream rate", Kind::rateOrDefault,
+     rpcOnuFlowProfileParmsGuarRateUs, rpcOnuFlowProfileActionTypeGuarRateUs, &rpcOnuFlowProfileAction::guarRateUs},
+    {"--peak", "RATE|default", "Peak upstream rate", Kind::rateOrDefault,
+     rpcOnuFlowProfileParmsPeakRateUs, rpcOnuFlowProfileActionTypePeakRateUs, &rpcOnuFlowProfileAction::peakRateUs},
+    {"--priority-up", "N|default", "Upstream flow priority, 0 to 7", Kind::numberOrDefault,
+     rpcOnuFlowProfileParmsFlowPriorityUs, rpcOnuFlowProfileActionTypeFlowPriorityUs,
+     &rpcOnuFlowProfileAction::flowPriorityUs},
+    {"--priority-down", "N|default", "Downstream flow priority, 0 to 7", Kind::numberOrDefault,
+     rpcOnuFlowProfileParmsFlowPriorityDs, rpcOnuFlowProfileActionTypeFlowPriorityDs,
+     &rpcOnuFlowProfileAction::flowPriorityDs},
+};
+// clang-format on
+
+FlowAssignment parseValue(const FlowAttribute& attribute, const std::string& text) {
+    FlowAssignment assignment{&attribute, false, 0, {}};
+    if (attribute.kind == Kind::vlans) {
+        assignment.vlans = clients::parseVlans(text);
+    } else if (text == (attribute.kind == Kind::pcp ? "none" : "default")) {
+        assignment.toDefault = true;
+    } else if (attribute.kind == Kind::rateOrDefault) {
+        assignment.value = clients::parseRate(text);
+    } else {
+        assignment.value = clients::parseUnsigned(text, attribute.option);
+    }
+    return assignment;
+}
+
+}  // namespace
+
+std::span<const FlowAttribute> flowAttributes() {
+    return kAttributes;
+}
+
+const FlowAttribute* actionAttribute(const std::string& word) {
+    const auto* found =
+        std::find_if(std::begin(kAttributes), std::end(kAttributes), [&](const FlowAttribute& candidate) {
+            return !candidate.isRule() && candidate.option == "--" + word;
+        });
+    return found == std::end(kAttributes) ? nullptr : found;
+}
+
+std::vector<FlowAssignment> parseFlowAssignments(
+    const std::vector<std::pair<std::size_t, std::string>>& given) {
+    std::vector<FlowAssignment> assignments;
+    for (const auto& [place, text] : given) {
+        assignments.push_back(parseValue(kAttributes[place], text));
+    }
+    return assignments;
+}
+
+}  // namespace onuqosctl

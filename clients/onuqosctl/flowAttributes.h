@@ -1,0 +1,48 @@
+#pragma once
+
+#include <onuqos.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vlanList.h"
+
+namespace onuqosctl {
+
+/// What can be set of an ONU flow profile.
+struct FlowAttribute {
+    enum class Kind { vlans, pcp, rateOrDefault, numberOrDefault };
+
+    const char* option;
+    const char* valueName;
+    const char* help;
+    Kind kind;
+    unsigned bit;  // in the mask of create-and-set
+    rpcOnuFlowProfileActionType actionType;
+    u_int rpcOnuFlowProfileAction::*field;  // null for what belongs to the rule
+
+    [[nodiscard]] bool isRule() const { return field == nullptr; }
+};
+
+/// In the order in which help texts show them.
+std::span<const FlowAttribute> flowAttributes();
+
+/// The attribute of an option name without its dashes that belongs to the action; null for any other.
+const FlowAttribute* actionAttribute(const std::string& word);
+
+struct FlowAssignment {
+    const FlowAttribute* attribute;
+    bool toDefault = false;   // an action field returns to its default, the PCP goes away
+    std::uint32_t value = 0;  // rate, priority or PCP
+    clients::VlanList vlans;
+};
+
+/// Reads values in the order of the command line; `given` names attributes by their place in
+/// flowAttributes(). Throws clients::UsageError.
+std::vector<FlowAssignment> parseFlowAssignments(
+    const std::vector<std::pair<std::size_t, std::string>>& given);
+
+}  // namespace onuqosctl

@@ -1,0 +1,146 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <ostream>
+#include <thread>
+
+#include "commands.h"
+#include "errors.h"
+#include "number.h"
+#include "table.h"
+
+namespace onuqosctl {
+namespace {
+
+struct RangeField {
+    const char* key;
+    const char* label;
+    u_int rpcOnuQosRangesData::*field;
+};
+
+constexpr RangeField kRangeFields[] = {
+    {"guarRateUsMin", "flow guaranteed rate, least (kbit/s)", &rpcOnuQosRangesData::guarRateUsMin},
+    {"guarRateUsMax", "flow guaranteed rate, largest (kbit/s)", &rpcOnuQosRangesData::guarRateUsMax},
+    {"peakRateUsMin", "flow peak rate, least (kbit/s)", &rpcOnuQosRangesData::peakRateUsMin},
+    {"peakRateUsMax", "flow peak rate, largest (kbit/s)", &rpcOnuQosRangesData::peakRateUsMax},
+    {"fixedRateMin", "T-CONT fixed rate, least (kbit/s)", &rpcOnuQosRangesData::fixedRateMin},
+    {"fixedRateMax", "T-CONT fixed rate, largest (kbit/s)", &rpcOnuQosRangesData::fixedRateMax},
+    {"assuredRateMin", "T-CONT assured rate, least (kbit/s)", &rpcOnuQosRangesData::assuredRateMin},
+    {"assuredRateMax", "T-CONT assured rate, largest (kbit/s)", &rpcOnuQosRangesData::assuredRateMax},
+    {"maximumRateMin", "T-CONT maximum rate, least (kbit/s)", &rpcOnuQosRangesData::maximumRateMin},
+    {"maximumRateMax", "T-CONT maximum rate, largest (kbit/s)", &rpcOnuQosRangesData::maximumRateMax},
+    {"onuFlowRateGranularity", "flow rate granularity (kbit/s)",
+     &rpcOnuQosRangesData::onuFlowRateGranularity},
+    {"tContRateGranularity", "T-CONT rate granularity (kbit/s)", &rpcOnuQosRangesData::tContRateGranularity},
+};
+
+int showRanges(Session& session) {
+    const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
+    require(Family::tcont, resultOf(reply), "ranges");
+    Json json = Json::object();
+    std::vector<std::pair<std::string, std::string>> lines;
+    for (const RangeField& field : kRangeFields) {
+        json[field.key] = reply.data.*field.field;
+        lines.emplace_back(field.label, std::to_string(reply.data.*field.field));
+    }
+    if (session.json()) {
+        printJson(session.out, json);
+    } else {
+        clients::printFields(session.out, lines);
+    }
+    return clients::kCarriedOut;
+}
+
+int showState(Session& session) {
+    const auto& reply = session.program.ask(rpc_tcontprofile_conf_apply_state_get_1);
+    require(Family::tcont, resultOf(reply), "state");
+    const bool applying = reply.applying != 0;
+    if (session.json()) {
+        printJson(session.out, {{"configurationApply", applying}});
+    } else {
+        session.out << "configuration apply in progress: " << (applying ? "yes" : "no") << '\n';
+    }
+    return clients::kCarriedOut;
+}
+
+std::string milliseconds(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", value);
+    return text;
+}
+
+struct PingOptions {
+    std::string count = "4";
+    std::string interval = "0.2";
+};
+
+int ping(Session& session, const PingOptions& options) {
+    const std::uint32_t count = clients::parseUnsigned(options.count, "--count");
+    const double interval = clients::parseSeconds(options.interval, "--interval");
+    if (count == 0) {
+        throw clients::UsageError("--count: at least 1");
+    }
+    std::vector<double> times;
+    for (std::uint32_t number = 1; number <= count; ++number) {
+        try {
+            times.push_back(session.program.ping().count());
+            if (!session.json()) {
+                session.out << "answer " << number << ": " << milliseconds(times.back()) << " ms"
+                            << std::endl;
+            }
+        } catch (const clients::NoAnswer& error) {
+            if (number == 1) {
+                throw;
+            }
+            session.out.flush();
+            std::cerr << "onuqosctl: " << error.what() << '\n';
+        }
+        if (number < count) {
+            std::this_thread::sleep_for(std::chrono::duration<double>(interval));
+        }
+    }
+    double sum = 0;
+    for (const double time : times) {
+        sum += time;
+    }
+    const auto [least, most] = std::minmax_element(times.begin(), times.end());
+    const double mean = sum / static_cast<double>(times.size());
+    if (session.json()) {
+        printJson(session.out, {{"asked", count},
+                                {"answered", times.size()},
+                                {"milliseconds", times},
+                                {"min", *least},
+                                {"mean", mean},
+                                {"max", *most}});
+    } else {
+        session.out << times.size() << " of " << count << " answered; min/mean/max " << milliseconds(*least)
+                    << "/" << milliseconds(mean) << "/" << milliseconds(*most) << " ms\n";
+    }
+    return times.size() == count ? clients::kCarriedOut : clients::kNoAnswer;
+}
+
+}  // namespace
+
+void addModuleCommands(CLI::App& app, Action& action) {
+    app.add_subcommand("ranges", "Shows the rates the module accepts (procedure 202)")->callback([&action] {
+        action = showRanges;
+    });
+    app.add_subcommand("state", "Tells whether a configuration apply is in progress (procedure 200)")
+        ->callback([&action] { action = showState; });
+
+    CLI::App* pinging = app.add_subcommand("ping", "Measures how fast the module answers (procedure 0)");
+    auto options = std::make_shared<PingOptions>();
+    pinging->add_option("--count", options->count, "How many times to ask")
+        ->type_name("N")
+        ->capture_default_str();
+    pinging->add_option("--interval", options->interval, "Seconds between two questions")
+        ->type_name("S")
+        ->capture_default_str();
+    pinging->footer("Ends with status 3 unless every question was answered.");
+    pinging->callback(
+        [&action, options] { action = [options](Session& session) { return ping(session, *options); }; });
+}
+
+}  // namespace onuqosctl

@@ -1,0 +1,59 @@
+#include "rte/BLL/core/datagramBounds.h"
+
+#include <sys/socket.h>
+#include <sys/types.h>
+
+#include <type_traits>
+
+namespace {
+
+using Operations = std::remove_const_t<std::remove_pointer_t<decltype(SVCXPRT::xp_ops)>>;
+
+/// The operations of the library's UDP transports, and the same with the bound; one table serves all.
+const Operations* libraryOperations = nullptr;
+Operations boundedOperations;
+
+/// The length of the datagram that the calling thread is serving. A request is received and dispatched on the
+/// same thread before the next one is received.
+thread_local std::size_t datagramLength = 0;
+
+bool_t receive(SVCXPRT* transport, rpc_msg* message) {
+    char first = 0;
+    const ssize_t length = recv(transport->xp_fd, &first, sizeof first, MSG_PEEK | MSG_TRUNC | MSG_DONTWAIT);
+    if (length < 0) {
+        return FALSE;  // gone since select saw it, by a bad checksum for instance: do not wait for another
+    }
+    datagramLength = static_cast<std::size_t>(length);
+    return libraryOperations->xp_recv(transport, message);
+}
+
+struct BoundedArgument {
+    xdrproc_t routine;
+    void* argument;
+};
+
+/// Stands in for the argument's own routine. The stream's position counts from the start of the datagram.
+bool_t decodeBounded(XDR* xdrs, BoundedArgument* bounded) {
+    if (!bounded->routine(xdrs, bounded->argument)) {
+        return FALSE;
+    }
+    return xdrs->x_op != XDR_DECODE || xdr_getpos(xdrs) <= datagramLength;
+}
+
+bool_t getArguments(SVCXPRT* transport, xdrproc_t routine, void* argument) {
+    BoundedArgument bounded{.routine = routine, .argument = argument};
+    const auto decode = reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(decodeBounded));
+    return libraryOperations->xp_getargs(transport, decode, &bounded);
+}
+
+}  // namespace
+
+void boundArgumentsToDatagram(SVCXPRT* transport) {
+    if (libraryOperations == nullptr) {
+        libraryOperations = transport->xp_ops;
+        boundedOperations = *transport->xp_ops;
+        boundedOperations.xp_recv = receive;
+        boundedOperations.xp_getargs = getArguments;
+    }
+    transport->xp_ops = &boundedOperations;
+}
