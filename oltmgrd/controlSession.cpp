@@ -36,6 +36,7 @@ void ControlSession::read() {
                 self->refuseOverlong();
             } else if (error == boost::asio::error::eof && !self->received_.empty()) {
                 // The last line needs no end.
+                self->closing_ = true;
                 self->take(std::exchange(self->received_, {}));
             } else {
                 self->close();

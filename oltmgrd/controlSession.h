@@ -48,7 +48,7 @@ private:
     std::string answer_;
     Clock::time_point lastRequest_ = Clock::now();
     Phase phase_ = Phase::reading;
-    bool closing_ = false;
+    bool closing_ = false;  // once the request under way is answered
 };
 
 }  // namespace oltmgrd

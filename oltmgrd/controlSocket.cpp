@@ -17,7 +17,6 @@ namespace oltmgrd {
 namespace {
 
 constexpr mode_t kMode = 0600;
-constexpr int kBacklog = 64;
 
 [[noreturn]] void fail(const std::string& path, const std::string& reason) {
     throw StartError("control path " + path + ": " + reason);
@@ -123,7 +122,7 @@ void ControlSocket::listen() {
         ::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail(path_, std::strerror(errno));
     }
-    if (::chmod(path_.c_str(), kMode) != 0 || ::listen(socket_, kBacklog) != 0) {
+    if (::chmod(path_.c_str(), kMode) != 0 || ::listen(socket_, SOMAXCONN) != 0) {
         const int error = errno;
         ::unlink(path_.c_str());
         fail(path_, std::strerror(error));

@@ -34,6 +34,7 @@ public:
                             "an object has at most " + std::to_string(limits_.members) + " members");
         }
         level.member = name;
+        level.inMember = true;
         return true;
     }
 
@@ -49,12 +50,14 @@ private:
         bool array = false;
         std::size_t index = 0;  // of the element that is being read
         std::string member{};   // likewise
+        bool inMember = false;  // behind the member's name, before the end of its value
         std::set<std::string> members{};
     };
 
     bool value() {
         if (!levels_.empty()) {
             ++levels_.back().index;
+            levels_.back().inMember = false;
         }
         return true;
     }
@@ -77,7 +80,11 @@ private:
         std::string pointer;
         for (std::size_t i = 0; i < depth; ++i) {
             const Level& level = levels_[i];
-            pointer = level.array ? jsonPointer(pointer, level.index) : jsonPointer(pointer, level.member);
+            if (level.array) {
+                pointer = jsonPointer(pointer, level.index);
+            } else if (level.inMember) {
+                pointer = jsonPointer(pointer, level.member);
+            }
         }
         return pointer;
     }

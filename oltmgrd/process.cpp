@@ -149,6 +149,7 @@ public:
 
     void stop() {
         unblockSignals();
+        rpc_->giveUpRegistration();
         const bool isIdle = control_->stop(kRequestsLimit);
         guard_.reset();
         rpc_->stop();

@@ -53,12 +53,13 @@ public:
         planExtras();
         restoreAppliedAlso();
         for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
+            removeExtras(i);
             if (carryOut(describedBinding(document_.bindings[i]), [&] { bind(i); })) {
                 report_.bindings += 1;
                 services_.push_back(applied(document_.bindings[i]));
             }
         }
-        carryOut("the last deleted profile", [&] { removeExtras(document_.bindings.size()); });
+        removeExtras(document_.bindings.size());
         finishProfiles();
     }
 
@@ -77,6 +78,8 @@ public:
     const RestoredProfiles& flows() const { return flows_; }
 
 private:
+    static constexpr std::size_t kNoMore = static_cast<std::size_t>(-1);
+
     /// From which applied sets an interface is taken again once a binding stands.
     struct Erasure {
         bool tcont = false;
@@ -162,7 +165,7 @@ private:
                 carryOut(flows_.described(place), [&] { applyFlowAlso(place, interfaces); });
             }
         }
-        carryOut("a deleted profile", [&] { removeExtras(0); });
+        removeExtras(0);
     }
 
     void applyTContAlso(std::size_t place, const std::vector<std::uint32_t>& interfaces) {
@@ -210,7 +213,6 @@ private:
         const SavedBinding& binding = document_.bindings[index];
         const std::size_t tcont = tcontOf(binding);
         const std::size_t flow = flowOf(binding);
-        removeExtras(index);
         flows_.make(flow);
         tconts_.shapeTo(tcont, binding.shape);
         flows_.moveTo(flow, binding.flowProfile);
@@ -278,11 +280,14 @@ private:
     /// Deletes the extra profiles once no binding from `index` on needs them: there may be no room for them
     /// beside the saved ones.
     void removeExtras(std::size_t index) {
-        if (extraTContUses_ <= index) {
-            tconts_.remove(tconts_.extra());
-        }
-        if (extraFlowUses_ <= index) {
-            flows_.remove(flows_.extra());
+        removeExtra(tconts_, extraTContUses_, index);
+        removeExtra(flows_, extraFlowUses_, index);
+    }
+
+    void removeExtra(RestoredProfiles& profiles, std::size_t& uses, std::size_t index) {
+        if (uses <= index) {
+            uses = kNoMore;
+            carryOut("a profile that was deleted while bound", [&] { profiles.remove(profiles.extra()); });
         }
     }
 
@@ -337,7 +342,7 @@ private:
     std::string prefix_;
     RestoredTContProfiles tconts_;
     RestoredFlowProfiles flows_;
-    std::size_t extraTContUses_ = 0;
+    std::size_t extraTContUses_ = 0;  // how many bindings have to be there before it is not needed
     std::size_t extraFlowUses_ = 0;
     std::unordered_map<std::size_t, Erasure> erasures_;                       // by binding
     std::unordered_map<std::uint32_t, std::vector<std::string>> tcontNames_;  // bound on each ONU

@@ -54,10 +54,10 @@ void RestoredProfiles::make(std::size_t place) {
 void RestoredProfiles::remove(std::size_t place) {
     Profile& profile = profiles_[place];
     if (profile.isMade) {
+        moveHome(place);  // from an empty name, for instance, which deleting refuses
         require(erase(profile.name), "deleting " + described(place));
         bearers_.erase(profile.name);
         profile.isMade = false;
-        profile.name = home(place);
     }
 }
 

@@ -4,6 +4,8 @@
 #include <netinet/in.h>
 #include <onuqos.h>
 #include <rpc/pmap_clnt.h>
+#include <rpc/pmap_prot.h>
+#include <rpc/rpc.h>
 #include <rpc/rpc_com.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -35,6 +37,7 @@ constexpr int kMmapThreshold = 131'072;
 constexpr std::chrono::milliseconds kWatchInterval{100};
 constexpr std::chrono::milliseconds kCutInterval{20};
 constexpr std::chrono::milliseconds kUnregisterLimit{500};
+constexpr timeval kPortmapperLimit{.tv_sec = 0, .tv_usec = 500'000};
 
 // Makes the loop's select return, so that it looks at new transports.
 constexpr int kWakeSignal = SIGUSR1;
@@ -65,15 +68,34 @@ void sendNothing(std::uint16_t port) {
     ::close(descriptor);
 }
 
-/// Takes the program out of the portmapper, unless another process has published its own in the meantime. A
-/// portmapper that does not answer holds this up only for a while.
-void unregister(const RpcPorts& ports) {
-    std::packaged_task<void()> task([ports] {
-        sockaddr_in address = loopback(PMAPPORT);
-        if (::pmap_getport(&address, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, IPPROTO_TCP) == ports.tcp) {
-            ::pmap_unset(RPC_ONUQOS_PROG, RPC_ONUQOS_VERS);
+/// The TCP port that the portmapper has for the program; 0 when it does not answer in time.
+std::uint16_t publishedPort() {
+    sockaddr_in address = loopback(PMAPPORT);
+    int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPortmapperLimit, sizeof kPortmapperLimit);  // for connect
+    u_short port = 0;
+    // With a connection of its own the library neither looks for a reserved port nor waits without bound.
+    if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        CLIENT* client = ::clnttcp_create(&address, PMAPPROG, PMAPVERS, &descriptor, 0, 0);
+        if (client != nullptr) {
+            pmap wanted{
+                .pm_prog = RPC_ONUQOS_PROG, .pm_vers = RPC_ONUQOS_VERS, .pm_prot = IPPROTO_TCP, .pm_port = 0};
+            clnt_call(client, PMAPPROC_GETPORT, reinterpret_cast<xdrproc_t>(::xdr_pmap),
+                      reinterpret_cast<caddr_t>(&wanted), reinterpret_cast<xdrproc_t>(::xdr_u_short),
+                      reinterpret_cast<caddr_t>(&port), kPortmapperLimit);
+            clnt_destroy(client);
         }
-    });
+    }
+    ::close(descriptor);
+    return port;
+}
+
+/// Takes the program out of the portmapper, unless another process has published its own in the meantime.
+void unregister(const RpcPorts& ports) {
+    if (ports.tcp == 0 || publishedPort() != ports.tcp) {
+        return;
+    }
+    std::packaged_task<void()> task([] { ::pmap_unset(RPC_ONUQOS_PROG, RPC_ONUQOS_VERS); });
     const auto done = task.get_future();
     const std::jthread caller(std::move(task));
     auto wait = kUnregisterLimit;
@@ -142,10 +164,10 @@ void RpcServer::start(bool awaitsRegistration, std::chrono::milliseconds limit) 
 }
 
 void RpcServer::watchRegistration(const std::stop_token& stop) {
-    while (!standin::threads::awaitEnd(kRegistration, kWatchInterval)) {
-        if (stop.stop_requested()) {
-            return;
-        }
+    while (!standin::threads::awaitEnd(kRegistration, kWatchInterval) && !stop.stop_requested()) {
+    }
+    if (stop.stop_requested()) {
+        return;
     }
     standin::threads::sendSignal(kLoop, kWakeSignal);
     const RpcPorts ports = rpcPorts();
@@ -154,9 +176,11 @@ void RpcServer::watchRegistration(const std::stop_token& stop) {
 }
 
 void RpcServer::giveUpRegistration() {
-    if (!registering_ || standin::threads::awaitEnd(kRegistration, std::chrono::milliseconds(0))) {
+    if (!registering_ || portmapperCutter_.joinable() ||
+        standin::threads::awaitEnd(kRegistration, std::chrono::milliseconds(0))) {
         return;
     }
+    registrationWatch_.request_stop();
     portmapperCutter_ = std::jthread([](const std::stop_token& stop) {
         while (!stop.stop_requested() && !standin::threads::awaitEnd(kRegistration, kCutInterval)) {
             cutPortmapperCalls();
@@ -170,10 +194,9 @@ void RpcServer::stop() {
     while (!loop_.stop(true)) {
         sendNothing(ports.udp);
     }
-    if (portmapperThere_) {
+    if (std::exchange(portmapperThere_, false)) {
         unregister(ports);
     }
-    portmapperThere_ = false;
 }
 
 }  // namespace oltmgrd

@@ -36,7 +36,7 @@ public:
     /// transports when they come.
     void start(bool awaitsRegistration, std::chrono::milliseconds limit);
 
-    /// Has the registration end if a portmapper that does not answer holds it up; until `stop` ends.
+    /// Has the registration end where a portmapper that does not answer holds it up.
     void giveUpRegistration();
 
     /// Ends the loop and takes the program out of the portmapper.

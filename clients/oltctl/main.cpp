@@ -111,7 +111,9 @@ int carryOut(const Request& request, const std::string& path, double timeoutSeco
         return clients::kCarriedOut;
     }
     std::cout.flush();
-    std::cerr << "oltctl: " << request.words << ": " << refusal << '\n';
+    // What oltmgrd itself refuses, it says in whole sentences.
+    const bool fromTheModule = answer["result"] == 0;
+    std::cerr << "oltctl: " << (fromTheModule ? request.words + ": " : "") << refusal << '\n';
     return clients::kRefused;
 }
 

@@ -125,8 +125,8 @@ std::string singleStepsHint(const std::string& name, const Wanted& wanted, const
     const std::string id = wanted.record.tContId != 0 ? " --id " + std::to_string(wanted.record.tContId) : "";
     const std::string type = stored != nullptr && stored->type != wanted.type ? " --type 5" : "";
     const TContRates from = stored != nullptr && type.empty() ? stored->rates : typeDefaults(wanted.type);
-    return "an assured rate below 256 kbit/s is only valid on top of the fixed rate, so no single request "
-           "can make it; set the rates one after the other: " +
+    return "an assured rate below 256 kbit/s is only valid on top of the fixed rate, so this request "
+           "cannot make it; set the rates one after the other: " +
            (stored == nullptr ? "onuqosctl tcont create " + word + " && " : "") + "onuqosctl tcont set " +
            word + id + type + " " + singleSteps(from, wanted.rates);
 }

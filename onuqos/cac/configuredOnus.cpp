@@ -29,40 +29,49 @@ void ConfiguredOnus::forgetParent(std::uint32_t intf) {
     if (found != onus_.end()) {
         unindex(intf, found->second);
         found->second.parent.reset();
+        ++found->second.forgotten;
         withoutParent_.insert(intf);
     }
 }
 
 ConfiguredOnus::Answer ConfiguredOnus::otherOnPort(std::uint32_t port, std::uint32_t except,
                                                    const ParentOf& parentOf) {
-    const std::lock_guard guard(mutex_);
-    std::optional<std::uint32_t> known;
-    if (const auto onPort = configuredByPort_.find(port); onPort != configuredByPort_.end()) {
-        const auto other = std::ranges::find_if(onPort->second, [except](auto onu) { return onu != except; });
-        if (other != onPort->second.end()) {
-            known = *other;
-        }
-    }
-
-    for (auto next = withoutParent_.begin(); next != withoutParent_.end() && (!known || *next < *known);) {
-        const std::uint32_t onu = *next;
-        if (onu == except) {
+    std::unique_lock guard(mutex_);
+    for (std::uint32_t from = 0;;) {
+        const auto known = configuredOn(port, except);
+        auto next = withoutParent_.lower_bound(from);
+        if (next != withoutParent_.end() && *next == except) {
             ++next;
-            continue;
         }
+        if (next == withoutParent_.end() || (known && *known < *next)) {
+            return {.found = known.has_value(), .unanswered = std::nullopt};
+        }
+        const std::uint32_t onu = *next;
+        const std::uint64_t forgotten = onus_.at(onu).forgotten;
+
+        guard.unlock();
         const auto parent = parentOf(onu);
+        guard.lock();
         if (!parent) {
             return {.found = false, .unanswered = onu};
         }
-        next = withoutParent_.erase(next);
-        Onu& record = onus_.at(onu);
-        record.parent = parent;
-        index(onu, record);
-        if (record.configured && *parent == port) {
-            known = onu;
+        if (Onu& record = onus_.at(onu); record.forgotten == forgotten) {
+            unindex(onu, record);
+            record.parent = parent;
+            index(onu, record);
+            withoutParent_.erase(onu);
         }
+        from = onu;  // asked again if it was forgotten in the meantime
     }
-    return {.found = known.has_value(), .unanswered = std::nullopt};
+}
+
+std::optional<std::uint32_t> ConfiguredOnus::configuredOn(std::uint32_t port, std::uint32_t except) const {
+    const auto onPort = configuredByPort_.find(port);
+    if (onPort == configuredByPort_.end()) {
+        return std::nullopt;
+    }
+    const auto other = std::ranges::find_if(onPort->second, [except](auto onu) { return onu != except; });
+    return other == onPort->second.end() ? std::nullopt : std::optional(*other);
 }
 
 void ConfiguredOnus::index(std::uint32_t onu, const Onu& record) {

@@ -12,7 +12,8 @@
 /// the first binding of each.
 ///
 /// A parent is asked of the platform once, in the order of the ONU indexes, and remembered until the
-/// interface registry reports an event of that ONU. Thread-safe; holds its own lock while it asks.
+/// interface registry reports an event of that ONU. Thread-safe; asks without its own lock, so that the
+/// platform may report events under a lock that its answers need.
 class ConfiguredOnus {
 public:
     /// Asks the platform for the parent of an ONU; nothing when it does not answer.
@@ -39,8 +40,11 @@ private:
     struct Onu {
         std::optional<std::uint32_t> parent;
         bool configured = false;
+        std::uint64_t forgotten = 0;  ///< how often: an answer from before counts no more
     };
 
+    /// The first configured ONU behind `port` other than `except`, of those whose parent is known.
+    std::optional<std::uint32_t> configuredOn(std::uint32_t port, std::uint32_t except) const;
     void index(std::uint32_t onu, const Onu& record);
     void unindex(std::uint32_t onu, const Onu& record);
 

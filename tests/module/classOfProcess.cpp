@@ -3,12 +3,19 @@
 
 #include "standin/inventory.h"
 
+/// Constant, and so there before any object of the program that asks for it.
+extern const bool kTenG;
+constinit const bool kTenG = ONUQOS_TEST_FEATURE != 0;
+
 namespace {
 
 struct ClassOfProcess {
     ClassOfProcess() {
         standin::Inventory inventory;
-        inventory.features = {{ONUQOS_TEST_FEATURE, true}, {5, true}};
+        inventory.features = {{5, true}};
+        if (kTenG) {
+            inventory.features[ONUQOS_TEST_FEATURE] = true;
+        }
         standin::configure(inventory);
     }
 };

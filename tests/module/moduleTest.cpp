@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -13,6 +12,30 @@ void PrintTo(const Snapshot& snapshot, std::ostream* out) {
          << snapshot.hardware.flowProfiles.size() << " flow profiles and "
          << snapshot.hardware.bindings.size() << " bindings pushed; the module now:\n"
          << dump.str();
+}
+
+std::string lockLine(const std::string& operation) {
+    return "Error obtaining exclusive lock in onuQos::" + operation + ".\n";
+}
+
+std::string errorLine(const std::string& operation, const std::string& text) {
+    return "onuQos.cpp::" + operation + ":" + text + "\n";
+}
+
+std::string refusalLine(const std::string& operation, const std::string& text) {
+    return errorLine(operation, "ONUQOS ERROR - " + text);
+}
+
+std::vector<std::string> logLines(standin::LogCapture& log) {
+    const std::string file = "onuQos.cpp:";
+    const std::string digits = "0123456789";
+    std::vector<std::string> lines;
+    for (const auto& [level, text] : log.lines()) {
+        const bool numbered = text.starts_with(file) && text.find_first_of(digits) == file.size();
+        lines.push_back(numbered ? file + text.substr(text.find_first_not_of(digits, file.size())) : text);
+    }
+    log.clear();
+    return lines;
 }
 
 ModuleTest::ModuleTest() {
@@ -38,12 +61,15 @@ standin::Inventory ModuleTest::inventory() {
 }
 
 void ModuleTest::startAgain(const standin::Inventory& platform) {
-    const auto features = platform.features;
+    log_.reset();
     standin::reset();
     standin::configure(platform);
     module_.onuTContProfileRatesSet();
     module_.onuTContProfileSrDbaConfSet();
     ASSERT_TRUE(module_.applyDefaultSettings());
+    standin::reset();  // forgets the alarms that were cleared with the tables
+    standin::configure(platform);
+    log_.emplace();
     const onuQosTables known = tables();
     for (const auto& port : platform.ports) {
         if (!known.onuQosOltCacMap.contains(port.interface)) {
@@ -56,7 +82,7 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
         }
         module_.interfaceStateChange(static_cast<int>(onu.interface), Interfaces::interfaceEvent_t{});
     }
-    log_.clear();
+    log_->clear();
 }
 
 onuQosTables ModuleTest::tables() const {
@@ -70,13 +96,7 @@ Snapshot ModuleTest::snapshot() const {
 }
 
 std::vector<std::string> ModuleTest::logLines() {
-    static const std::regex kLineNumber("^onuQos\\.cpp:[0-9]+:");
-    std::vector<std::string> lines;
-    for (const auto& line : log_.lines()) {
-        lines.push_back(std::regex_replace(line.text, kLineNumber, "onuQos.cpp::"));
-    }
-    log_.clear();
-    return lines;
+    return ::logLines(*log_);
 }
 
 void ModuleTest::fail(const std::string& operation, int answer, std::uint64_t times, std::uint64_t after) {
@@ -100,6 +120,46 @@ std::vector<std::string> ModuleTest::traceOf(const std::function<void()>& change
         }
     }
     return trace;
+}
+
+void ModuleTest::refuseEachCall(const RefusedChange& changed) {
+    const auto startOver = [&] {
+        startAgain();
+        changed.prepare();
+        ASSERT_EQ(logLines(), std::vector<std::string>{});
+    };
+    startOver();
+    int done = 0;
+    const auto calls = callsOf([&] { done = changed.change(); });
+    EXPECT_EQ(logLines(), std::vector<std::string>{});
+    const Snapshot after = snapshot();
+
+    auto row = changed.calls.begin();
+    std::map<standin::Operation, std::uint64_t> occurrences;
+    for (const auto& [operation, arguments] : calls) {
+        const std::uint64_t occurrence = occurrences[operation]++;
+        SCOPED_TRACE(std::string(name(operation)) + " no. " + std::to_string(occurrence + 1) + " refused");
+        Refusal refusal{.call = "isActive", .leaves = Refusal::Leaves::done};
+        if (operation != standin::Operation::isActive) {
+            ASSERT_NE(row, changed.calls.end()) << "a call that is not listed";
+            refusal = *row++;
+            ASSERT_EQ(refusal.call, name(operation));
+        }
+        startOver();
+        const Snapshot before = snapshot();
+        standin::faults::set(operation, {.answer = 1, .times = 1, .after = occurrence});
+        const int answer = changed.change();
+        EXPECT_TRUE(standin::faults::list().empty()) << "the call was not made again";
+        EXPECT_EQ(logLines(), refusal.log);
+        EXPECT_EQ(answer, refusal.leaves == Refusal::Leaves::done ? done : refusal.answer);
+        if (refusal.leaves == Refusal::Leaves::other) {
+            EXPECT_EQ(changed.describe(), refusal.left);
+            expectMirrorAgrees();
+        } else {
+            EXPECT_EQ(snapshot(), refusal.leaves == Refusal::Leaves::done ? after : before);
+        }
+    }
+    EXPECT_EQ(row, changed.calls.end()) << "listed and not called: " << row->call;
 }
 
 void ModuleTest::expectMirrorAgrees(const MirrorGaps& gaps) const {
@@ -160,10 +220,31 @@ void ModuleTest::expectMirrorAgrees(const MirrorGaps& gaps) const {
     EXPECT_EQ(pushed, bound);
 }
 
+std::string ModuleTest::tContText(const std::string& name) const {
+    const auto profiles = tables().tContProfileMap;
+    const auto found = profiles.find(name);
+    if (found == profiles.end()) {
+        return "none";
+    }
+    const tContProfileInfo& info = found->second;
+    std::ostringstream text;
+    text << info.tContId << " " << info.tContType << " " << info.fixedRate << "/" << info.assuredRate << "/"
+         << info.maximumRate << " " << info.dbaAllocType << " " << info.dbaWeight << " " << info.dbaPriority;
+    return text.str();
+}
+
 void ModuleTest::makeTCont(const std::string& name, onuTContProfileType type, unsigned int id) {
     ASSERT_EQ(module_.tContProfileCreate(name), onuQos::onuQosResOk);
     ASSERT_EQ(module_.tContProfileTypeSet(name, type), onuQos::onuQosResOk);
     ASSERT_EQ(module_.tContProfileIdSet(name, id), onuQos::onuQosResOk);
+}
+
+void ModuleTest::makeRates(const std::string& name, unsigned int fixed, unsigned int assured,
+                           unsigned int id) {
+    makeTCont(name, tContType5, id);
+    ASSERT_EQ(module_.tContProfileMaximumRateSet(name, onuQos::TCONT_PROFILE_RATE_MAX), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileFixedRateSet(name, fixed), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileAssuredRateSet(name, assured), onuQos::onuQosResOk);
 }
 
 void ModuleTest::makeFlow(const std::string& name) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,6 +21,9 @@
 #include "standin/reset.h"
 #include "standin/serviceProfiles.h"
 
+/// The bandwidth class of this process (classOfProcess.cpp).
+extern const bool kTenG;
+
 /// Everything that a change may alter: tables and hardware layer.
 struct Snapshot {
     onuQosTables tables;
@@ -35,6 +39,38 @@ struct MirrorGaps {
     /// ONU flow profiles made by copy whose PCP, and whose VLAN list, was not set since.
     std::set<std::string> unpushedPcps;
     std::set<std::string> unpushedVlans;
+};
+
+/// The log line of a lock that was not obtained, and an error line as `ModuleTest::logLines` gives it.
+std::string lockLine(const std::string& operation);
+std::string errorLine(const std::string& operation, const std::string& text);
+/// The error line of most refusals: "ONUQOS ERROR - " and the text.
+std::string refusalLine(const std::string& operation, const std::string& text);
+
+/// The lines since the last call, without the source line numbers: "onuQos.cpp::start:text".
+std::vector<std::string> logLines(standin::LogCapture& log);
+
+/// A platform call that is refused during a change, and what comes of the change.
+struct Refusal {
+    enum class Leaves { before, done, other };
+
+    std::string call;                   ///< the platform operation
+    Leaves leaves;                      ///< all as it was, all as after the undisturbed change, or neither
+    std::vector<std::string> log = {};  ///< as `logLines` gives it
+    /// Of a change that neither stays undone nor is done: its answer and what it left.
+    int answer = onuQos::onuQosResError;
+    std::string left = {};
+};
+
+/// A change of which every platform call is refused in turn.
+struct RefusedChange {
+    std::function<void()> prepare;
+    std::function<int()> change;
+    /// The calls of the undisturbed change in their order. Feature questions are not listed: whatever they
+    /// are answered, the change must come out the same, so its rates suit every rounding.
+    std::vector<Refusal> calls;
+    /// Describes what is left where it is neither the former nor the wanted state.
+    std::function<std::string()> describe = {};
 };
 
 /// The module on the stand-in platform, in this process, with empty tables before each test. The RPC proxy
@@ -55,7 +91,6 @@ protected:
     onuQosTables tables() const;
     Snapshot snapshot() const;
 
-    /// The log lines since the last call, without the source line numbers: "onuQos.cpp::start:text".
     std::vector<std::string> logLines();
 
     /// Arms a fault by the operation's name.
@@ -72,7 +107,15 @@ protected:
     /// it.
     void expectMirrorAgrees(const MirrorGaps& gaps = {}) const;
 
+    /// Carries out `changed.change` once for each platform call that it makes, with that call refused.
+    void refuseEachCall(const RefusedChange& changed);
+
+    /// "id type fixed/assured/maximum mode weight priority" of a stored T-CONT profile; "none" without one.
+    std::string tContText(const std::string& name) const;
+
     void makeTCont(const std::string& name, onuTContProfileType type = tContType5, unsigned int id = 1);
+    /// A type 5 profile of these rates and the highest maximum.
+    void makeRates(const std::string& name, unsigned int fixed, unsigned int assured, unsigned int id = 1);
     void makeFlow(const std::string& name);
     Res bind(unsigned int onu, const std::string& service, const std::string& flow, const std::string& tCont,
              unsigned int virtualPort);
@@ -80,5 +123,5 @@ protected:
     onuQos& module_ = singleton<onuQos>::instance();
 
 private:
-    standin::LogCapture log_;
+    std::optional<standin::LogCapture> log_;  ///< made anew with the stand-in, whose reset ends it
 };

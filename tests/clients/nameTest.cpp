@@ -1,0 +1,103 @@
+#include "name.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "errors.h"
+#include "text.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(Base64, GivesEveryByteBack) {
+    std::string bytes;
+    for (int length = 0; length < 300; ++length) {
+        const std::string text = clients::base64Encode(bytes);
+        EXPECT_EQ(text.size(), (bytes.size() + 2) / 3 * 4);
+        EXPECT_EQ(clients::base64Decode(text), bytes);
+        bytes += static_cast<char>(length * 7);
+    }
+    EXPECT_EQ(clients::base64Encode("onu"), "b251");
+    EXPECT_EQ(clients::base64Encode("on"), "b24=");
+    EXPECT_EQ(clients::base64Encode("o"), "bw==");
+}
+
+TEST(Base64, RefusesWhatIsNone) {
+    for (const char* text : {"b", "b2", "b25", "b===", "====", "=b24", "b2=4", "bw==b24=", "b2\n4", "b-_4"}) {
+        EXPECT_EQ(clients::base64Decode(text), std::nullopt) << text;
+    }
+}
+
+struct TextCase {
+    const char* name;
+    std::string bytes;
+    bool utf8;
+    std::size_t width;  // columns of the bytes themselves
+    std::string shown;
+};
+
+class Text : public testing::TestWithParam<TextCase> {};
+
+TEST_P(Text, IsToldShownAndCarried) {
+    const TextCase& text = GetParam();
+    EXPECT_EQ(clients::isUtf8(text.bytes), text.utf8);
+    EXPECT_EQ(clients::displayWidth(text.bytes), text.width);
+    EXPECT_EQ(clients::printable(text.bytes), text.shown);
+
+    const auto json = clients::nameToJson(text.bytes);
+    EXPECT_EQ(json.is_string(), text.utf8);
+    EXPECT_EQ(clients::nameFromJson(nlohmann::ordered_json::parse(json.dump())), text.bytes);
+    if (text.bytes.find('\0') == std::string::npos) {
+        const std::string argument = clients::argumentForName(text.bytes);
+        EXPECT_EQ(clients::nameFromArgument(argument == "''" ? "" : argument), text.bytes);
+    }
+}
+
+const TextCase kTextCases[] = {
+    {"Plain", "gold", true, 4, "gold"},
+    {"Empty", "", true, 0, "\"\""},
+    {"BlankInside", "a b", true, 3, "a b"},
+    {"BlanksAtTheEnds", " a ", true, 3, "\\x20a\\x20"},
+    {"OnlyABlank", " ", true, 1, "\\x20"},
+    {"Backslash", "a\\xff", true, 5, "a\\\\xff"},
+    {"Control", "a\x1b[2J", true, 5, "a\\x1b[2J"},
+    {"Nul", "a\0b"s, true, 3, "a\\x00b"},
+    {"LatinLetter", "caf\xc3\xa9", true, 4, "caf\xc3\xa9"},
+    {"Wide", "\xe9\x87\x91", true, 2, "\xe9\x87\x91"},
+    {"Combining", "e\xcc\x81", true, 1, "e\xcc\x81"},
+    {"FourBytes", "\xf0\x9f\x98\x80", true, 2, "\xf0\x9f\x98\x80"},
+    {"Reversal",
+     "a\xe2\x80\xae"
+     "b",
+     true, 3,
+     "a\\xe2\\x80\\xae"
+     "b"},
+    {"StrayByte", "a\xff", false, 2, "a\\xff"},
+    {"CutShort", "\xe9\x87", false, 2, "\\xe9\\x87"},
+    {"Overlong", "\xc0\xaf", false, 2, "\\xc0\\xaf"},
+    {"Surrogate", "\xed\xa0\x80", false, 3, "\\xed\\xa0\\x80"},
+    {"BeyondTheLast", "\xf4\x90\x80\x80", false, 4, "\\xf4\\x90\\x80\\x80"},
+    {"LooksLikeBase64", "base64:AAAA", true, 11, "base64:AAAA"},
+    {"LooksLikeAnOption", "--json", true, 6, "--json"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Bytes, Text, testing::ValuesIn(kTextCases),
+                         [](const auto& testCase) { return std::string(testCase.param.name); });
+
+TEST(NameArgument, RefusesBrokenBase64AndNul) {
+    EXPECT_EQ(clients::nameFromArgument("base64:YQ=="), "a");
+    EXPECT_EQ(clients::nameFromArgument("base64:"), "");
+    EXPECT_THROW(clients::nameFromArgument("base64:YQ"), clients::UsageError);
+    EXPECT_THROW(clients::nameFromArgument("base64:YQBi"), clients::UsageError);
+}
+
+TEST(NameJson, IsAStringOrABase64ObjectOnly) {
+    for (const char* text : {"1", "null", "{}", "[]", R"({"base64": 1})", R"({"base64": "?"})",
+                             R"({"base64": "YQ==", "more": 1})"}) {
+        EXPECT_EQ(clients::nameFromJson(nlohmann::ordered_json::parse(text)), std::nullopt) << text;
+    }
+}
+
+}  // namespace

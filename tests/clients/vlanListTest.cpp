@@ -1,0 +1,69 @@
+#include "vlanList.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "errors.h"
+
+namespace {
+
+using clients::VlanList;
+
+struct VlanCase {
+    const char* text;
+    VlanList vlans;
+    const char* shown;
+};
+
+TEST(VlanList, ReadsIdsAndRangesAndShowsThemShort) {
+    const VlanCase kCases[] = {
+        {"", {}, ""},
+        {"7", {7}, "7"},
+        {"0,4095", {0, 4095}, "0,4095"},
+        {"10,100-102", {10, 100, 101, 102}, "10,100-102"},
+        {"3,1,2", {1, 2, 3}, "1-3"},
+        {"5-5,5", {5}, "5"},
+        {"1-3,2-5,7", {1, 2, 3, 4, 5, 7}, "1-5,7"},
+        {"1,3,5", {1, 3, 5}, "1,3,5"},
+        {"4094-4095", {4094, 4095}, "4094-4095"},
+    };
+    for (const VlanCase& vlanCase : kCases) {
+        EXPECT_EQ(clients::parseVlans(vlanCase.text), vlanCase.vlans) << vlanCase.text;
+        EXPECT_EQ(clients::formatVlans(vlanCase.vlans), vlanCase.shown);
+    }
+    EXPECT_EQ(clients::formatVlans(clients::parseVlans("0-4095")), "0-4095");
+}
+
+TEST(VlanList, KeepsTheOrderItIsShownIn) {
+    EXPECT_EQ(clients::formatVlans({7, 5, 10, 11, 10}), "7,5,10-11,10");
+}
+
+TEST(VlanList, RefusesWhatIsNoList) {
+    for (const char* text : {",", "1,", ",1", "1,,2", "4096", "1-4096", "5-1", "-", "1-", "-1", "1-2-3", "a",
+                             "1 2", "99999999999"}) {
+        EXPECT_THROW(clients::parseVlans(text), clients::UsageError) << text;
+    }
+}
+
+TEST(VlanBitmap, PutsTheFirstVlanOfAByteInItsHighestBit) {
+    std::array<char, clients::kVlanBitmapBytes> bitmap;
+    bitmap.fill('\x55');
+    clients::vlansToBitmap({0, 9, 4095}, bitmap);
+    EXPECT_EQ(bitmap.front(), '\x80');
+    EXPECT_EQ(bitmap[1], '\x40');
+    EXPECT_EQ(bitmap.back(), '\x01');
+    EXPECT_EQ(clients::vlansFromBitmap(bitmap), (VlanList{0, 9, 4095}));
+}
+
+TEST(VlanBitmap, CarriesEveryVlanAlone) {
+    std::array<char, clients::kVlanBitmapBytes> bitmap;
+    for (unsigned vlan = 0; vlan <= clients::kVlanMax; ++vlan) {
+        const VlanList only = {static_cast<std::uint16_t>(vlan)};
+        clients::vlansToBitmap(only, bitmap);
+        ASSERT_EQ(clients::vlansFromBitmap(bitmap), only);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "serviceSide.h"
+
+#include <gmock/gmock.h>
+
+#include "restoreTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ServiceSideTest : public RestoreTest {
+protected:
+    ServiceSideTest() {
+        makeFlow("f");
+        makeTCont("t");
+    }
+
+    std::vector<std::string> listed() {
+        std::vector<std::string> names;
+        for (const auto& service : services().list()) {
+            names.push_back(std::to_string(service.interface) + " " + service.service);
+        }
+        return names;
+    }
+};
+
+TEST_F(ServiceSideTest, RemembersTheOrderOfApplication) {
+    ASSERT_EQ(bind(201, "z", "f", "t", 1), onuQos::onuQosResOk);
+    ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
+    ASSERT_EQ(bind(201, "y", "f", "t", 1), onuQos::onuQosResOk);
+    // Applied already, under whatever profiles: nothing changes.
+    ASSERT_EQ(bind(201, "z", "none", "none", 9), onuQos::onuQosResOk);
+    EXPECT_THAT(listed(), ElementsAre("201 z", "101 a", "201 y"));
+    ASSERT_EQ(services().remove(101, "a"), onuQos::onuQosResOk);
+    ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
+    EXPECT_THAT(listed(), ElementsAre("201 z", "201 y", "101 a"));
+    EXPECT_EQ(services().list().front().flowProfile, "f");
+}
+
+TEST_F(ServiceSideTest, RemembersWhatStaysBoundThoughAStepWasRefused) {
+    ASSERT_NE(bind(101, "refused", "none", "t", 1), onuQos::onuQosResOk);
+    EXPECT_THAT(listed(), IsEmpty());
+    // The look-up of the parent port, after the hardware layer has accepted.
+    fail("interfaceParentGet", 1, 1, 4);
+    ASSERT_EQ(bind(101, "half", "f", "t", 1, {.type = 1, .id = 2}), onuQos::onuQosResError);
+    ASSERT_EQ(tables().onuQosServiceIntfMap.at(101).count("half"), 1U)
+        << "the fault hit too early for this test";
+    EXPECT_THAT(listed(), ElementsAre("101 half"));
+    EXPECT_EQ(services().list().at(0).termPoint, (oltmgrd::TermPoint{.type = 1, .id = 2}));
+
+    fail("onuQosServiceRemove", 1);
+    EXPECT_EQ(services().remove(101, "half"), onuQos::onuQosResError);
+    EXPECT_THAT(listed(), ElementsAre("101 half"));
+    ASSERT_EQ(module_.tContProfileRename("t", "u"), onuQos::onuQosResOk);
+    EXPECT_EQ(services().remove(101, "half"), onuQos::onuQosResError);
+    EXPECT_THAT(listed(), IsEmpty()) << "the binding is gone although its accounting was refused";
+}
+
+TEST_F(ServiceSideTest, FindsOutLaterWhenTheLockIsNotToBeHad) {
+    ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
+    fail("sharedLock", 1, 1000);
+    fail("interfaceParentGet", 1, 1000);
+    EXPECT_NE(bind(102, "b", "f", "t", 1), onuQos::onuQosResOk);
+    standin::faults::clearAll();
+    EXPECT_EQ(services().remove(103, "none"), onuQos::onuQosResOk);
+    const auto tables = this->tables();
+    EXPECT_EQ(listed().size(), 1 + tables.onuQosServiceIntfMap.at(102).count("b"));
+}
+
+TEST_F(ServiceSideTest, FactorySettingsForgetEverythingUnlessNothingWasDone) {
+    ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
+    fail("exclusiveLock", 1, 1);
+    EXPECT_THAT(services().defaultSettings(), ElementsAre("onuqos"));
+    EXPECT_THAT(listed(), ElementsAre("101 a"));
+    fail("onuQosClearConfig", 1, 1);
+    EXPECT_THAT(services().defaultSettings(), ElementsAre("onuqos"));
+    EXPECT_THAT(listed(), IsEmpty()) << "the tables were emptied before the refusal";
+    EXPECT_THAT(services().defaultSettings(), IsEmpty());
+}
+
+}  // namespace

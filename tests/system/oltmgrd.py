@@ -1,0 +1,634 @@
+#!/usr/bin/env python3
+"""Drives a live oltmgrd: command line, signals, control channel, saving and restoring.
+
+usage: oltmgrd.py OLTMGRD MODULE [unittest arguments]
+"""
+
+import json
+import os
+import random
+import signal
+import socket
+import subprocess
+import sys
+import time
+import unittest
+
+import harness
+from harness import (FLOW_COPY, FLOW_CREATE, FLOW_DELETE, FLOW_RENAME, PATIENCE, TCONT_ALLOC_SET, TCONT_CREATE,
+                     TCONT_DELETE, TCONT_FIXED_SET, TCONT_ID_SET, TCONT_MAXIMUM_SET, TCONT_RENAME, TCONT_WEIGHT_SET,
+                     Control)
+
+HAS_OWN_NETWORK = False
+
+
+class CommandLine(harness.DaemonTest):
+    def refusal(self, *arguments, status=2):
+        done = subprocess.run([self.program, *arguments], capture_output=True, timeout=PATIENCE, check=False)
+        self.assertEqual(done.returncode, status, done.stderr)
+        self.assertEqual(done.stdout, b"")
+        lines = done.stderr.decode().splitlines()
+        self.assertEqual(len(lines), 1, lines)
+        self.assertEqual(sorted(os.listdir(self.directory)), self.files)
+        return lines[0]
+
+    def setUp(self):
+        super().setUp()
+        self.inventory = self.daemon.inventory_path
+        self.files = ["inventory.json"]
+
+    def test_help_and_version(self):
+        for option, text in (("--help", "--inventory"), ("--version", "oltmgrd ")):
+            done = subprocess.run([self.program, option], capture_output=True, timeout=PATIENCE, check=False)
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            self.assertIn(text, done.stdout.decode())
+
+    def test_refusals_name_the_thing(self):
+        nowhere = self.path("nowhere")
+        rows = (
+            ((), 2, "--inventory is required; oltmgrd --help lists the options"),
+            (("--inventory", self.inventory, "--bad"), 2, "--bad; oltmgrd --help lists the options"),
+            (("--inventory", self.inventory, "--log-level", "x"), 2, "--log-level"),
+            (("--inventory", nowhere), 2, f"inventory {nowhere}: No such file or directory"),
+            (("--inventory", self.directory), 2, f"inventory {self.directory}: is no regular file"),
+            (("--inventory", self.inventory, "--config", nowhere + "/c"), 2,
+             f"configuration {nowhere}/c: there is no directory {nowhere}"),
+            (("--inventory", self.inventory, "--control", nowhere + "/c"), 1, f"control path {nowhere}/c: "),
+            (("--inventory", self.inventory, "--log-file", nowhere + "/l"), 1, f"log file "),
+            (("--inventory", self.inventory, "--control", self.path("c"), "--module", nowhere), 1,
+             f"module {nowhere}: No such file or directory; give its path with --module"),
+            (("--inventory", self.inventory, "--control", self.path("c"), "--module", self.inventory), 1,
+             f"module {self.inventory} cannot be loaded: "),
+        )
+        for arguments, status, text in rows:
+            with self.subTest(arguments=arguments):
+                line = self.refusal(*arguments, status=status)
+                self.assertTrue(line.startswith("oltmgrd: "), line)
+                self.assertIn(text, line)
+
+    def test_bad_files_are_named_with_the_place(self):
+        rows = (
+            ("{\n\"ports\": [}", "/ports/0: parse error at line 2, column 11"),
+            ('{"ports": [{"interface": 1, "technology": "gpon"}], "onus": [{"interface": 2, "parent": 3}]}',
+             "/onus/0/parent: interface 3 is not a PON port of this inventory"),
+        )
+        for text, reason in rows:
+            with open(self.inventory, "w", encoding="utf-8") as out:
+                out.write(text)
+            self.assertIn(f"oltmgrd: inventory {self.inventory}: {reason}", self.refusal("--inventory", self.inventory))
+
+        self.daemon.write_inventory(harness.INVENTORY)
+        config = self.daemon.config_path
+        self.files = ["config.json", "inventory.json"]
+        for text, reason in (("", "top level: parse error"), ('{"version": 9}', "/version: must be"),
+                             ('{"version": 1, "bindings": [{}]}', '/bindings/0: "interface" is missing')):
+            with open(config, "w", encoding="utf-8") as out:
+                out.write(text)
+            self.assertIn(f"oltmgrd: configuration {config}: {reason}",
+                          self.refusal(*self.daemon.arguments("--config", config)[1:]))
+            with open(config, encoding="utf-8") as kept:
+                self.assertEqual(kept.read(), text)
+
+    def test_different_numbers_of_a_port_are_a_warning(self):
+        self.daemon.write_inventory({"ports": [{"interface": 1, "olt": 2, "technology": "gpon"},
+                                               {"interface": 2, "olt": 1, "technology": "gpon"}]})
+        self.daemon.start()
+        self.assertIn("warning: inventory", self.daemon.errors())
+        self.assertIn("/ports/0: interface 1 is OLT port 2: its free bandwidth is read from OLT port 2",
+                      self.daemon.errors())
+        self.daemon.stop()
+
+
+class Lifecycle(harness.DaemonTest):
+    def test_stops_at_once_and_leaves_nothing(self):
+        for how in (signal.SIGTERM, signal.SIGINT, "shutdown"):
+            with self.subTest(how=how):
+                self.daemon.start()
+                if how == "shutdown":
+                    begin = time.monotonic()
+                    self.daemon.request("shutdown")
+                    seconds = self.daemon.await_clean_end(begin)
+                else:
+                    seconds = self.daemon.stop(how)
+                self.assertLess(seconds, 2)
+
+    def test_status(self):
+        self.daemon.start()
+        status = self.daemon.request("status")
+        self.assertEqual({entity["name"]: entity["state"] for entity in status["entities"]},
+                         dict.fromkeys(("interfaces", "zqbridge", "servprofile", "ports", "onuqos"), "started"))
+        self.assertEqual(status["pid"], self.daemon.process.pid)
+        self.assertEqual((status["rpcUdpPort"], status["rpcTcpPort"]), (self.daemon.udp_port, self.daemon.tcp_port))
+        self.assertIs(status["configApply"], False)
+        self.assertGreaterEqual(status["uptime"], 0)
+        self.assertNotIn("restore", status)
+        self.assertEqual(os.stat(self.daemon.control_path).st_mode & 0o777, 0o600)
+
+    def test_a_second_instance_is_refused_and_the_first_goes_on(self):
+        self.daemon.start()
+        done = subprocess.run(self.daemon.arguments(), capture_output=True, timeout=PATIENCE, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr.decode(), f"oltmgrd: control path {self.daemon.control_path}: another oltmgrd "
+                                               "serves it; stop that one or give another path with --control\n")
+        self.daemon.request("status")
+        self.daemon.stop()
+
+    def test_a_killed_one_is_replaced(self):
+        self.daemon.start()
+        self.daemon.kill()
+        self.assertTrue(os.path.exists(self.daemon.control_path))
+        self.daemon.start()
+        self.daemon.stop()
+
+    def test_hangup_reopens_the_log(self):
+        self.daemon.start("--log-file", self.daemon.log_path)
+
+        def log_an_error():
+            self.assertEqual(self.daemon.bind(1, "s", "f", "t"), "onuQosResWrongIntf")
+        log_an_error()
+        moved = self.path("log.1")
+        os.rename(self.daemon.log_path, moved)
+        log_an_error()
+        with open(moved, encoding="utf-8") as old:
+            self.assertEqual(old.read().count("onuQosServiceApply"), 2)
+        self.daemon.process.send_signal(signal.SIGHUP)
+        harness.await_true(lambda: os.path.exists(self.daemon.log_path), "the new log")
+        log_an_error()
+        with open(self.daemon.log_path, encoding="utf-8") as new:
+            self.assertEqual(new.read().count("onuQosServiceApply"), 1)
+        self.daemon.stop()
+
+    def test_a_second_signal_ends_a_stop_that_takes_long(self):
+        self.daemon.start()
+        self.stall_an_answer()
+        self.daemon.process.send_signal(signal.SIGTERM)
+        # The channel takes no more connections once the stop is under way.
+        harness.await_true(lambda: not self.can_connect() or self.daemon.process.poll() is not None, "the stop")
+        self.daemon.process.send_signal(signal.SIGTERM)
+        self.assertIn(self.daemon.process.wait(PATIENCE), (0, -signal.SIGTERM))
+
+    def test_an_answer_that_is_not_read_does_not_hold_up_the_stop(self):
+        self.daemon.start()
+        self.stall_an_answer()
+        self.assertLess(self.daemon.stop(), 2)
+
+    def stall_an_answer(self):
+        """Asks for more than the connection can hold and reads nothing."""
+        connection = Control(self.daemon.control_path)
+        self.addCleanup(connection.close)
+        connection.send(b'{"command": "list-commands"}\n' * 200)
+        self.daemon.request("status")
+
+    def can_connect(self):
+        try:
+            Control(self.daemon.control_path).close()
+            return True
+        except OSError:
+            return False
+
+    def test_ends_when_an_entity_does_not_start(self):
+        self.daemon.write_inventory({"ports": [{"interface": 5, "olt": 1, "technology": 77}], "onus": []})
+        self.daemon.start()  # a port of unknown technology is no reason not to
+        self.daemon.stop()
+
+
+class ControlChannel(harness.DaemonTest):
+    def setUp(self):
+        super().setUp()
+        self.daemon.start()
+
+    def raw(self, line):
+        self.daemon.control.send(line + b"\n")
+        return self.daemon.control.answer()
+
+    def test_bad_requests_are_answered_and_the_connection_stays(self):
+        rows = (
+            (b"", 1, "parse error"),
+            (b"{", 1, "parse error"),
+            (b"[]", 1, "top level: must be an object"),
+            (b"\xff", 1, "parse error"),
+            (b'{"arguments": {}}', 1, '"command" is missing'),
+            (b'{"command": 5}', 1, "/command: must be a string"),
+            (b'{"command": "status", "argument": {}}', 1, "/argument: is not known here"),
+            (b'{"command": "status", "arguments": []}', 1, "/arguments: must be an object"),
+            (b'{"command": "status", "command": "status"}', 1, "/command: stands there twice"),
+            (b'{"command": "nothing"}', 2, "there is no command 'nothing'"),
+            (b'{"command": "status", "arguments": {"x": 1}}', 1, "/arguments/x: is not known here"),
+            (b'{"command": "log-level"}', 1, '/arguments: "level" is missing'),
+            (b'{"command": "log-level", "arguments": {"level": "1"}}', 1, "/arguments/level: must be an integer"),
+            (b'{"command": "fault-set", "arguments": {"operation": "nothing"}}', 1, "no platform operation"),
+            (b'{"command": "service-remove", "arguments": {"interface": -1, "service": ""}}', 1,
+             "/arguments/interface: must be an integer from 0 to 4294967295"),
+            (b'{"command": "service-remove", "arguments": {"interface": 4294967296, "service": ""}}', 1,
+             "/arguments/interface"),
+            (b'{"command": "service-remove", "arguments": {"interface": 1, "service": {"base64": "a"}}}', 1,
+             "/arguments/service: must be a name"),
+            (b'{"command": "onu-config-event", "arguments": {"interface": 1, "ready": 1}}', 1,
+             "/arguments/ready: must be true or false"),
+            (b"[" * 500000, 1, "nested more than"),
+            (b'{"command": "status", "arguments": ' + b'{"a": ' * 100000 + b"1" + b"}" * 100001, 1, "nested more than"),
+        )
+        for line, result, text in rows:
+            with self.subTest(line=line[:80]):
+                answer = self.raw(line)
+                self.assertEqual(answer["result"], result)
+                self.assertIn(text, answer["text"])
+        self.daemon.request("status")
+
+    def test_a_line_of_a_mebibyte_is_read_and_a_longer_one_refused(self):
+        rest = len('{"command": "message", "arguments": {"name": ""}}')
+        line = json.dumps({"command": "message", "arguments": {"name": "x" * ((1 << 20) - rest)}}).encode()
+        self.assertEqual(len(line), 1 << 20)
+        self.assertEqual(self.raw(line)["result"], 0)
+        answer = self.raw(line + b" ")
+        self.assertEqual(answer["result"], 1)
+        self.assertIn("at most 1048576 bytes", answer["text"])
+        self.assertIsNone(self.daemon.control.line())
+        self.daemon.control.close()
+        self.daemon.control = Control(self.daemon.control_path)
+        self.daemon.request("status")
+
+    def test_requests_of_a_connection_are_answered_in_order(self):
+        control = self.daemon.control
+        expected = []
+        for number in range(60):
+            if number % 3 == 0:
+                control.send(b'{"command": "service-list"}\n')
+                expected.append("services")
+            elif number % 3 == 1:
+                control.send(b'{"command": "status"}\n')
+                expected.append("entities")
+            else:
+                control.send(b'{"command": "hardware-get"}\n')
+                expected.append("tcontProfiles")
+        for member in expected:
+            self.assertIn(member, control.answer()["arguments"])
+
+    def test_a_last_line_needs_no_end_and_blanks_may_surround_it(self):
+        control = self.daemon.control
+        control.send(b' \t{"command" : "status"} \r')
+        control.socket.shutdown(socket.SHUT_WR)
+        self.assertEqual(control.answer()["result"], 0)
+        self.assertIsNone(control.line())
+
+    def test_many_idle_connections_do_not_shut_others_out(self):
+        idle = []
+        for _ in range(200):
+            idle.append(Control(self.daemon.control_path))
+            self.addCleanup(idle[-1].close)
+            idle[-1].send(b'{"command": ')
+        begin = time.monotonic()
+        newcomer = Control(self.daemon.control_path)
+        self.addCleanup(newcomer.close)
+        self.assertEqual(newcomer.request("status")["result"], 0)
+        self.assertLess(time.monotonic() - begin, 1)
+        descriptors = len(os.listdir(f"/proc/{self.daemon.process.pid}/fd"))
+        self.assertLess(descriptors, 100)
+
+    def test_list_commands_describes_every_command(self):
+        commands = {row["name"]: row for row in self.daemon.request("list-commands")["commands"]}
+        self.assertEqual(set(commands), {
+            "list-commands", "status", "service-apply", "service-remove", "service-list", "flow-service-get", "message",
+            "config-apply-start", "config-apply-stop", "default-settings", "interface-event", "onu-config-event",
+            "port-distance-set", "port-available-set", "interface-type-set", "service-profile-add",
+            "service-profile-remove", "service-profile-list", "alarms-get", "hardware-get", "fault-set", "fault-clear",
+            "config-save", "log-level", "shutdown"})
+        self.assertTrue(all(row["help"] for row in commands.values()))
+        self.assertEqual(commands["fault-set"]["arguments"], [
+            {"name": "operation", "kind": "operation", "required": True},
+            {"name": "answer", "kind": "integer", "required": False, "default": 1},
+            {"name": "times", "kind": "number", "required": False, "default": 1},
+            {"name": "after", "kind": "number", "required": False, "default": 0}])
+        # Without arguments every command that needs none is carried out, and every other says what is missing.
+        for name, row in commands.items():
+            if name == "shutdown":
+                continue
+            answer = self.daemon.control.request(name)
+            required = [argument["name"] for argument in row["arguments"] if argument["required"]]
+            if required:
+                self.assertIn(f'"{required[0]}" is missing', answer["text"])
+            elif name != "config-save":
+                self.assertEqual(answer["result"], 0, name)
+
+
+class Commands(harness.DaemonTest):
+    def setUp(self):
+        super().setUp()
+        self.daemon.start()
+        self.rpc = self.daemon.rpc()
+        self.addCleanup(self.rpc.close)
+
+    def make_profiles(self):
+        self.rpc.do(FLOW_CREATE, "f")
+        self.rpc.do(TCONT_CREATE, "t")
+        self.rpc.do(TCONT_MAXIMUM_SET, "t", 4096)
+        self.rpc.do(TCONT_FIXED_SET, "t", 1024)
+
+    def test_services(self):
+        self.make_profiles()
+        daemon = self.daemon
+        self.assertEqual(daemon.bind(101, "none", "f", "x"), "onuQosResNotFound")
+        self.assertEqual(daemon.bind(101, "a", "f", "t", 7, (2, -1)), "onuQosResOk")
+        self.assertEqual(daemon.bind(101, "b", "f", "t", 8), "onuQosResDuplicateOnuFlowProfile")
+        self.assertEqual(daemon.bind(101, "wrong", "f", "t", 7, (3, 0)), "onuQosResOk")  # equal, so never pushed
+        self.assertEqual(daemon.request("service-list")["services"], [
+            {"interface": 101, "service": "a", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7,
+             "termPointType": 2, "termPointId": -1},
+            {"interface": 101, "service": "wrong", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7,
+             "termPointType": 3, "termPointId": 0}])
+        self.assertEqual(daemon.request("flow-service-get", interface=101, flowId=1),
+                         {"res": 0, "resName": "onuQosResOk", "service": "a"})
+        self.assertEqual(daemon.request("flow-service-get", interface=101, flowId=2)["resName"], "onuQosResError")
+        self.assertEqual(daemon.request("service-remove", interface=101, service="a"), {"res": 0, "resName": "onuQosResOk"})
+        self.assertEqual(daemon.request("service-remove", interface=1, service="a")["resName"], "onuQosResWrongIntf")
+        self.assertEqual([row["service"] for row in daemon.request("service-list")["services"]], ["wrong"])
+        self.assertEqual(daemon.request("default-settings"), {"ok": True})
+        self.assertEqual(daemon.request("service-list")["services"], [])
+
+    def test_names_are_bytes(self):
+        self.rpc.do(FLOW_CREATE, b"\xff\xfe")
+        self.rpc.do(TCONT_CREATE, "t\u00fc")
+        name = {"base64": "//4="}
+        self.assertEqual(self.daemon.bind(101, {"base64": "YQ=="}, name, "t\u00fc"), "onuQosResOk")
+        service = self.daemon.request("service-list")["services"][0]
+        self.assertEqual((service["service"], service["flowProfile"], service["tcontProfile"]), ("a", name, "t\u00fc"))
+        hardware = self.daemon.request("hardware-get")
+        self.assertEqual(hardware["flowProfiles"][0]["name"], name)
+        self.assertIn("base64", self.daemon.dump())
+
+    def test_hardware(self):
+        self.make_profiles()
+        self.daemon.bind(101, "a", "f", "t", 7, (2, -1))
+        self.daemon.request("interface-event", interface=102, event=4)
+        self.daemon.request("onu-config-event", interface=201, ready=True)
+        hardware = self.daemon.request("hardware-get")
+        self.assertEqual(hardware["tcontProfiles"], [
+            {"name": "t", "tContId": 1, "tContType": 5, "fixedRate": 1024, "assuredRate": 0, "maximumRate": 4096,
+             "dbaAllocType": 0, "dbaWeight": 0, "dbaPriority": 0}])
+        self.assertEqual(hardware["flowProfiles"], [
+            {"name": "f", "cPcp": -1, "cVlan": [], "guarRateUs": 128, "peakRateUs": 1244160, "flowPriorityUs": 0,
+             "flowPriorityDs": 0}])
+        self.assertEqual(hardware["bindings"], [
+            {"interface": 101, "name": "f-t", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7, "tcontId": 1,
+             "uniType": 1, "termPointId": 4294967295, "flowId": 1}])
+        self.assertEqual(hardware["onus"], [101, 102, 201])
+        self.assertEqual(hardware["onuEvents"], [
+            {"event": "state", "interface": 102, "slot": 0, "port": 1, "onu": 2, "up": True},
+            {"event": "ready", "interface": 201, "slot": 0, "port": 2, "onu": 1, "ready": True}])
+        self.assertIs(hardware["debug"], False)
+        self.assertEqual(hardware["calls"]["onuQosServiceApply"], 1)
+        self.daemon.request("message", name="onuQosOMApiDebug", argument="on")
+        self.assertIs(self.daemon.request("hardware-get")["debug"], True)
+
+    def test_distances_and_free_bandwidth_and_alarms(self):
+        self.make_profiles()
+        daemon = self.daemon
+        self.assertEqual(daemon.bind(101, "a", "f", "t"), "onuQosResOk")
+        self.assertEqual(daemon.request("alarms-get"), {"active": [], "history": []})
+        daemon.request("port-distance-set", interface=1, min=0, max=60)
+        alarms = daemon.request("alarms-get")
+        self.assertEqual(len(alarms["active"]), 1)
+        alarm = alarms["active"][0]
+        self.assertRegex(alarm.pop("time"), r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
+        self.assertEqual(alarm, {"action": "report", "code": 1600570, "interface": 1, "board": 0, "text": "",
+                                 "numbers": [1, 3, 11]})
+        daemon.request("port-distance-set", interface=1, min=0, max=20)
+        alarms = daemon.request("alarms-get")
+        self.assertEqual(([], ["report", "retreat"]), (alarms["active"], [row["action"] for row in alarms["history"]]))
+        self.assertIn("101", daemon.refused("port-distance-set", interface=101, min=0, max=1))
+
+        daemon.request("port-available-set", interface=1, fixed=0, total=0)
+        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResRateError")
+        daemon.request("port-available-set", interface=1, fixed=None, total=None)
+        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResOk")
+        self.assertIn("both", daemon.refused("port-available-set", interface=1, fixed=None, total=5))
+
+    def test_interface_types_and_faults(self):
+        self.make_profiles()
+        daemon = self.daemon
+        daemon.request("interface-type-set", interface=101, type=3)
+        self.assertEqual(daemon.bind(101, "a", "f", "t"), "onuQosResWrongIntf")
+        daemon.request("interface-type-set", interface=101, type=4)
+        daemon.request("fault-set", operation="onuQosServiceApply", answer=5, after=1)
+        self.assertEqual(daemon.bind(101, "a", "f", "t"), "onuQosResOk")
+        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResOMApiRefused")
+        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResOk")
+        daemon.request("fault-set", operation="exclusiveLock", times=1000)
+        self.assertEqual(daemon.bind(201, "a", "f", "t"), "onuQosResError")
+        self.assertEqual(daemon.control.request("default-settings")["arguments"], {"ok": False})
+        daemon.request("fault-clear", operation="exclusiveLock")
+        self.assertEqual(daemon.bind(201, "a", "f", "t"), "onuQosResOk")
+        daemon.request("fault-set", operation="sharedLock", times=1000)
+        self.assertIn("lock was not obtained", daemon.refused("config-save", file=self.path("saved")))
+        daemon.request("fault-clear")
+        daemon.request("config-save", file=self.path("saved"))
+
+    def test_service_profiles(self):
+        self.make_profiles()
+        daemon = self.daemon
+        profile = {"name": "internet", "tcontProfile": "t", "flowProfile": "f"}
+        daemon.request("service-profile-add", **profile)
+        self.assertEqual(daemon.request("service-profile-list"), {"serviceProfiles": [profile]})
+        self.assertIn("internet", daemon.refused("service-profile-add", **profile))
+        self.assertEqual(self.rpc.call(TCONT_DELETE, "t"), bytes([0, 0, 0, 4]))
+        daemon.request("service-profile-remove", name="internet")
+        self.assertIn("internet", daemon.refused("service-profile-remove", name="internet"))
+        self.rpc.do(TCONT_DELETE, "t")
+
+    def test_configuration_apply(self):
+        daemon = self.daemon
+        daemon.request("config-apply-start")
+        self.assertIs(daemon.request("status")["configApply"], True)
+        self.assertEqual(self.rpc.call(200), bytes([0, 0, 0, 1, 0, 0, 0, 0]))
+        self.assertIn("a configuration apply is in progress", daemon.refused("config-save", file=self.path("saved")))
+        self.assertFalse(os.path.exists(self.path("saved")))
+        daemon.request("config-save", file=self.path("saved"), force=True)
+        daemon.request("config-apply-stop")
+        self.assertIs(daemon.request("status")["configApply"], False)
+        self.assertIn("must name one", daemon.refused("config-save"))
+
+    def test_the_equipment_manager_needs_its_feature(self):
+        self.daemon.stop()
+        self.daemon.write_inventory({**harness.INVENTORY, "features": {}})
+        self.daemon.start()
+        self.assertIn("feature 5 is not active", self.daemon.refused("onu-config-event", interface=101, ready=True))
+
+    def test_log_level(self):
+        self.daemon.stop()
+        self.daemon.start("--log-file", self.daemon.log_path)
+
+        def traces():
+            self.daemon.request("onu-config-event", interface=101, ready=True)
+            with open(self.daemon.log_path, encoding="utf-8") as log:
+                return log.read().count("onuConfigEventHandler(101,True)")
+        self.assertEqual(traces(), 0)
+        self.daemon.request("log-level", level=3)
+        self.assertEqual(traces(), 1)
+
+
+class Configuration(harness.DaemonTest):
+    def restart(self):
+        self.daemon.stop()
+        self.daemon.start_with_config()
+
+    def test_what_is_saved_comes_back(self):
+        daemon = self.daemon.start_with_config()
+        self.assertIn("is not there yet; starting without", daemon.errors())
+        rpc = daemon.rpc()
+        for name in ("f", "g", "h", "gone"):
+            rpc.do(FLOW_CREATE, name)
+            rpc.do(TCONT_CREATE, name)
+        rpc.do(FLOW_COPY, "f", "copy")
+        rpc.do(TCONT_MAXIMUM_SET, "g", 8192)
+        rpc.do(TCONT_FIXED_SET, "g", 2048)
+        rpc.do(TCONT_ID_SET, "h", 2)
+        rpc.do(TCONT_ALLOC_SET, "h", 1)
+        rpc.do(TCONT_WEIGHT_SET, "h", 9)
+        for interface, service, flow, tcont, port in ((201, "z", "f", "g", 1), (101, "y", "g", "h", 2),
+                                                      (102, "x", "gone", "gone", 3), (101, "w", "h", "g", 4)):
+            self.assertEqual(daemon.bind(interface, service, flow, tcont, port, (1, 3)), "onuQosResOk")
+        # Renamed and deleted while bound; the old name taken by another.
+        rpc.do(FLOW_DELETE, "gone")
+        rpc.do(TCONT_DELETE, "gone")
+        rpc.do(TCONT_RENAME, "h", "")
+        rpc.do(FLOW_RENAME, "h", "x" * 100)
+        rpc.do(TCONT_CREATE, "h")
+        daemon.request("service-profile-add", name="s", tcontProfile="g", flowProfile="")
+        self.assertEqual(daemon.request("config-save"), {"profiles": 8, "bindings": 4})
+
+        def state():
+            hardware = daemon.request("hardware-get")
+            del hardware["calls"]
+            return (daemon.dump(), hardware, daemon.request("service-list"), daemon.request("service-profile-list"))
+        before = state()
+        rpc.close()
+        self.restart()
+        self.assertEqual(state(), before)
+        restored = daemon.request("status")["restore"]
+        self.assertEqual((restored["profiles"], restored["bindings"], restored["serviceProfiles"]), (8, 4, 1))
+        self.assertEqual((restored["lost"], restored["differences"]), ([], []))
+        # Saved again it is the same file, byte for byte.
+        with open(daemon.config_path, "rb") as saved:
+            first = saved.read()
+        daemon.request("config-save")
+        with open(daemon.config_path, "rb") as saved:
+            self.assertEqual(saved.read(), first)
+        daemon.stop()
+
+    def test_what_cannot_be_restored_is_told_and_kept(self):
+        daemon = self.daemon.start_with_config()
+        rpc = daemon.rpc()
+        rpc.do(FLOW_CREATE, "f")
+        rpc.do(TCONT_CREATE, "t")
+        for interface in (101, 201):
+            self.assertEqual(daemon.bind(interface, "s", "f", "t"), "onuQosResOk")
+        daemon.request("config-save")
+        rpc.close()
+        daemon.stop()
+        with open(daemon.config_path, encoding="utf-8") as saved:
+            kept = saved.read()
+        # The second port is gone, and its ONU with it.
+        daemon.write_inventory({"ports": harness.INVENTORY["ports"][:1], "onus": harness.INVENTORY["onus"][:2]})
+        daemon.start_with_config()
+        lost = ["service 's' of interface 201: applying: onuQosResWrongIntf"]
+        self.assertEqual(daemon.request("status")["restore"]["lost"], lost)
+        self.assertIn(f"configuration {daemon.config_path}: not restored: {lost[0]}\n", daemon.errors())
+        self.assertEqual([row["interface"] for row in daemon.request("service-list")["services"]], [101])
+        self.assertIn("restoring it lost 1 entries", daemon.refused("config-save"))
+        self.assertIn("restoring it lost", daemon.refused("config-save", file=os.path.join(
+            self.directory, ".", "config.json")))
+        daemon.request("config-save", file=self.path("other.json"))
+        with open(daemon.config_path, encoding="utf-8") as saved:
+            self.assertEqual(saved.read(), kept)
+        self.assertEqual(daemon.request("config-save", force=True)["bindings"], 1)
+        daemon.request("config-save")
+        daemon.stop()
+
+    def test_a_save_that_fails_changes_nothing(self):
+        daemon = self.daemon.start_with_config()
+        daemon.request("config-save")
+        with open(daemon.config_path, "rb") as saved:
+            before = saved.read()
+        rpc = daemon.rpc()
+        rpc.do(TCONT_CREATE, "t")
+        rpc.close()
+        os.mkdir(daemon.config_path + ".new")  # in the way of the temporary file
+        self.assertIn("config.json.new", daemon.refused("config-save"))
+        os.rmdir(daemon.config_path + ".new")
+        with open(daemon.config_path, "rb") as saved:
+            self.assertEqual(saved.read(), before)
+        self.assertIn("no-such-directory", daemon.refused("config-save", file=self.path("no-such-directory/file")))
+        daemon.stop()
+
+    def test_kill_while_saving_leaves_a_whole_file(self):
+        chance = random.Random(5)
+        for _ in range(int(os.environ.get("OLTMGRD_KILLS", "12"))):
+            daemon = self.daemon.start_with_config()
+            self.assertNotIn("not restored", daemon.errors())
+            rpc = daemon.rpc()
+            name = f"t{chance.randrange(1 << 30)}"
+            rpc.do(TCONT_CREATE, name)
+            rpc.close()
+            for _ in range(chance.randrange(1, 4)):
+                daemon.control.send(b'{"command": "config-save"}\n')
+            time.sleep(chance.random() * 0.02)  # the moment of the kill is meant to be any
+            daemon.kill()
+        self.daemon.start_with_config()
+        self.assertEqual(self.daemon.request("status")["restore"]["lost"], [])
+        self.daemon.request("config-save")
+        self.daemon.stop()
+
+
+class Portmapper(harness.DaemonTest):
+    def registered(self):
+        listing = subprocess.run(["rpcinfo", "-p", "127.0.0.1"], capture_output=True, timeout=PATIENCE, check=False)
+        rows = [line.split() for line in listing.stdout.decode().splitlines()]
+        return {(row[2], int(row[3])) for row in rows if row[:2] == [str(harness.PROGRAM), "1"]}
+
+    def test_without_one_the_operator_is_told(self):
+        if HAS_OWN_NETWORK:
+            self.daemon.start()
+            self.assertEqual(self.daemon.errors().count("no portmapper takes connections"), 1)
+            self.assertIs(self.daemon.request("status")["portmapper"], False)
+            self.daemon.rpc().close()
+            self.daemon.stop()
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs a network of its own")
+    def test_the_program_is_published_while_it_runs(self):
+        with harness.portmapper():
+            self.daemon.start()
+            ports = {("udp", self.daemon.udp_port), ("tcp", self.daemon.tcp_port)}
+            self.assertEqual(self.registered(), ports)
+            self.assertNotIn("portmapper", self.daemon.errors())
+            self.assertLess(self.daemon.stop(), 2)
+            self.assertEqual(self.registered(), set())
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs a network of its own")
+    def test_one_that_hangs_holds_nothing_up(self):
+        with harness.portmapper() as rpcbind:
+            os.kill(rpcbind.pid, signal.SIGSTOP)
+            begin = time.monotonic()
+            self.daemon.start()
+            self.assertLess(time.monotonic() - begin, 10)
+            self.assertEqual((self.daemon.udp_port, self.daemon.tcp_port), (0, 0))
+            self.assertIn("the portmapper does not answer", self.daemon.errors())
+            self.daemon.request("status")
+            self.assertLess(self.daemon.stop(), 2)
+
+            self.daemon.start()
+            os.kill(rpcbind.pid, signal.SIGCONT)
+            harness.await_true(lambda: self.daemon.request("status")["rpcTcpPort"] != 0, "the registration")
+            harness.await_true(lambda: "RPC clients are served now" in self.daemon.errors(), "word of it")
+            self.daemon.tcp_port = self.daemon.request("status")["rpcTcpPort"]
+            begin = time.monotonic()
+            rpc = self.daemon.rpc()
+            rpc.call(0)
+            self.assertLess(time.monotonic() - begin, 0.5)
+            rpc.close()
+            self.assertLess(self.daemon.stop(), 2)
+
+
+if __name__ == "__main__":
+    harness.DaemonTest.program, harness.DaemonTest.module = sys.argv[1], sys.argv[2]
+    HAS_OWN_NETWORK = harness.enter_own_network()
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])

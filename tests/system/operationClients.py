@@ -1,0 +1,271 @@
+#!/usr/bin/env python3
+"""Everything but profiles: admission control and the module through onuqosctl, the control channel through oltctl."""
+
+import base64
+import json
+import os
+import shutil
+import signal
+import socket
+import subprocess
+
+import harness
+from clients import BOTH, ClientTest, main, run
+from harness import PATIENCE
+
+
+class AdmissionTest(ClientTest):
+    def apply(self, onu, service, *options):
+        arguments = {"--flow-profile": "hsi", "--tcont-profile": "gold", "--virtual-port": "1",
+                     "--term-point-type": "1", "--term-point-id": "1"}
+        arguments.update(zip(options[::2], options[1::2]))
+        return self.oltctl("--json", "service", "apply", str(onu), service,
+                           *[word for pair in arguments.items() for word in pair])
+
+    def setUp(self):
+        super().setUp()
+        self.ask("tcp", "tcont", "create", "gold", "--fixed", "10240", "--assured", "2048", "--maximum", "100M")
+        self.ask("tcp", "flow", "create", "hsi", "--vlan", "100")
+
+    def port(self, transport, number):
+        answer = self.ask(transport, "cac", "show", str(number))
+        self.assertEqual(answer["capacity"], 1240640)
+        return answer["ports"][0]
+
+    def test_services_take_what_is_free(self):
+        self.assertEqual([port["interface"] for port in self.ask("udp", "cac", "show")["ports"]], [1, 2])
+        before = self.port("tcp", 1)
+        self.assertEqual((before["actAvailFixedRate"], before["actAvailAssuredRate"], before["cacViolation"]),
+                         (1240640, 1240640, False))
+        applied = self.good(self.apply(101, "internet")).json()
+        self.assertEqual((applied["result"], applied["arguments"]["resName"]), (0, "onuQosResOk"))
+        for transport, _ in BOTH:
+            after = self.port(transport, 1)
+            self.assertEqual((after["actAvailFixedRate"], after["actAvailAssuredRate"]),
+                             (1240640 - 10240, 1240640 - 12288))
+            self.assertLess(after["estAvailFixedRate"], before["estAvailFixedRate"] - 10240 + 1)
+            self.assertTrue(self.ask(transport, "tcont", "attached", "gold")["attached"])
+            self.assertTrue(self.ask(transport, "flow", "attached", "hsi")["attached"])
+            self.refused(transport, 5, "rpcTContProfileResApplied", "tcont", "set", "gold", "--id", "2",
+                         hint="oltctl service list")
+            self.refused(transport, 5, "rpcOnuFlowProfileResApplied", "flow", "pcp", "set", "hsi", "1")
+        self.assertEqual(self.operate("service", "flow", "101", "1")["service"], "internet")
+        services = self.operate("service", "list")["services"]
+        self.assertEqual([(service["interface"], service["service"]) for service in services], [(101, "internet")])
+        self.assertEqual(self.operate("service", "remove", "101", "internet")["res"], 0)
+        self.assertEqual(self.port("tcp", 1), before)
+
+    def test_a_refused_service_ends_with_1_and_its_result(self):
+        for options, name in [(["--tcont-profile", "nobody"], "onuQosResNotFound"),
+                              (["--term-point-type", "3"], "onuQosResError")]:
+            answer = self.apply(101, "internet", *options)
+            self.assertEqual((answer.status, answer.json()["result"], answer.json()["arguments"]["resName"]),
+                             (1, 0, name))
+            self.assertRegex(answer.err, rf"^oltctl: service apply: {name} \(\d+\)\n$")
+
+    def test_violation_alarm_and_unknown_figures(self):
+        self.good(self.apply(101, "internet"))
+        self.operate("port", "distance", "1", "0", "60")
+        for transport, _ in BOTH:
+            self.assertTrue(self.port(transport, 1)["cacViolation"])
+            table = self.good(self.onuqosctl(transport, "cac", "show", "1", "2", "--fixed-capacity", "358024")).out
+            first, second = table.splitlines()[2:]
+            self.assertIn("VIOLATION", first)
+            self.assertTrue(first.endswith("[####################] 100.0%"), first)
+            self.assertNotIn("VIOLATION", second)
+        self.assertEqual([alarm["interface"] for alarm in self.operate("alarms")["active"]], [1])
+        self.operate("port", "distance", "1", "0", "20")
+        alarms = self.operate("alarms")
+        self.assertEqual((alarms["active"], [alarm["action"] for alarm in alarms["history"]]),
+                         ([], ["report", "retreat"]))
+
+        self.operate("port", "available", "1", "125000", "250000")
+        shown = self.port("udp", 1)
+        self.assertEqual((shown["actAvailFixedRate"], shown["actAvailAssuredRate"]), (1000, 2000))
+        self.operate("port", "available", "1", "computed", "computed")
+        self.assertEqual(self.port("udp", 1)["actAvailFixedRate"], 1240640 - 10240)
+
+        self.operate("fault", "set", "getAvailableBandwith", "--times", "2")
+        self.assertIsNone(self.port("tcp", 1)["actAvailAssuredRate"])
+        self.assertIn("unknown", self.good(self.onuqosctl("udp", "cac", "show", "1")).out)
+        self.assertEqual(self.port("tcp", 1)["actAvailFixedRate"], 1240640 - 10240)
+
+    def test_ports_that_are_none_do_not_hide_the_others(self):
+        for transport, _ in BOTH:
+            answer = self.onuqosctl(transport, "--json", "cac", "show", "2", "101", "999")
+            self.assertEqual(answer.status, 1)
+            self.assertEqual([port["resultName"] for port in answer.json()["ports"]],
+                             ["rpcTContProfileResOk", "rpcTContProfileResError", "rpcTContProfileResError"])
+            self.assertEqual(len(answer.err.splitlines()), 2)
+
+    def test_watching(self):
+        for transport, _ in BOTH:
+            lines = self.good(self.onuqosctl(transport, "--json", "cac", "show", "1", "--watch=0.01", "--count",
+                                             "3")).out.splitlines()
+            self.assertEqual([json.loads(line)["ports"][0]["interface"] for line in lines], [1, 1, 1])
+
+
+class ModuleTest(ClientTest):
+    def test_ranges_state_and_ping(self):
+        for transport, _ in BOTH:
+            ranges = self.ask(transport, "ranges")
+            self.assertEqual((len(ranges), ranges["guarRateUsMin"], ranges["maximumRateMax"]), (12, 128, 1244160))
+            self.assertEqual(self.ask(transport, "state"), {"configurationApply": False})
+            self.operate("config", "apply-start")
+            self.assertEqual(self.ask(transport, "state"), {"configurationApply": True})
+            self.operate("config", "apply-stop")
+            answer = self.ask(transport, "ping", "--count", "3", "--interval", "0.01")
+            self.assertEqual((answer["asked"], answer["answered"], len(answer["milliseconds"])), (3, 3, 3))
+
+    def test_tables_have_headers_with_units(self):
+        for transport, prefix in BOTH:
+            self.ask(transport, "tcont", "create", prefix + "p")
+            self.ask(transport, "flow", "create", prefix + "p", "--vlan", "1-3")
+            for arguments, words in [
+                (["tcont", "list"], ["fixed (kbit/s)", prefix + "p"]),
+                (["tcont", "show", prefix + "p"], ["(kbit/s)"]),
+                (["flow", "list"], ["peak (kbit/s)", "1-3"]), (["flow", "show", prefix + "p"], ["1-3"]),
+                (["tcont", "defaults"], ["256"]), (["flow", "defaults"], ["1244160"]), (["ranges"], ["(kbit/s)"]),
+                (["cac", "show"], ["kbit/s", "[-"]), (["state"], ["no"]), (["ping", "--count", "1"], [" ms"]),
+            ]:
+                out = self.good(self.onuqosctl(transport, *arguments)).out
+                for word in words:
+                    self.assertIn(word, out)
+
+    def test_without_an_answer_the_status_is_3_and_one_line_says_what_to_do(self):
+        with socket.socket(socket.AF_INET) as unused:
+            unused.bind(("127.0.0.1", 0))
+            free = str(unused.getsockname()[1])
+            for transport, _ in BOTH:
+                answer = run([self.client("onuqosctl"), "--transport", transport, "--port", free, "state"])
+                self.assertEqual((answer.status, answer.out), (3, ""))
+                self.assertRegex(answer.err, r"^onuqosctl: nothing listens on .*oltmgrd.*\n$")
+        self.daemon.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.daemon.process.send_signal, signal.SIGCONT)
+        for transport, _ in BOTH:
+            answer = self.onuqosctl(transport, "--timeout", "0.2", "tcont", "delete", "x")
+            self.assertEqual(answer.status, 3)
+            self.assertRegex(answer.err, r"^onuqosctl: no answer .*may have been carried out.*\n$")
+        answer = self.oltctl("--timeout", "0.2", "status")
+        self.assertEqual(answer.status, 3)
+        self.assertRegex(answer.err, r"^oltctl: control path .*no answer in time.*\n$")
+
+    def test_the_portmapper_is_asked(self):
+        if not self.has_own_network or shutil.which("rpcbind") is None:
+            self.skipTest("needs root and rpcbind")
+        for transport, _ in BOTH:
+            answer = run([self.client("onuqosctl"), "--transport", transport, "state"])
+            self.assertEqual(answer.status, 3)
+            self.assertRegex(answer.err, r"^onuqosctl: no portmapper answers .*--port.*\n$")
+        self.daemon.stop()
+        with harness.portmapper():
+            for transport, _ in BOTH:
+                answer = run([self.client("onuqosctl"), "--transport", transport, "state"])
+                self.assertEqual(answer.status, 3)
+                self.assertRegex(answer.err, r"^onuqosctl: program 536870950 version 1 is not registered "
+                                             r".*oltmgrd.*\n$")
+            self.daemon.start_with_config()
+            for transport, _ in BOTH:
+                answer = self.good(run([self.client("onuqosctl"), "--transport", transport, "--json", "state"]))
+                self.assertEqual(answer.json(), {"configurationApply": False})
+            self.daemon.stop()
+
+    def test_what_cannot_be_understood_ends_with_2_and_one_line(self):
+        for arguments in [[], ["tcont"], ["nonsense"], ["tcont", "show"], ["tcont", "list", "extra"],
+                          ["-o", "xml", "state"], ["--transport", "sctp", "state"], ["--port", "0", "state"],
+                          ["--port", "65536", "state"], ["--timeout", "0", "state"], ["tcont", "set", "p"],
+                          ["tcont", "set", "p", "--fixed", "1.5"], ["tcont", "set", "p", "--fixed", "5000G"],
+                          ["tcont", "set", "p", "--together", "--weight", "1"], ["tcont", "show", "base64:?"],
+                          ["tcont", "show", "base64:AA=="], ["flow", "vlan", "set", "p", "4096"],
+                          ["flow", "vlan", "set", "p", "9-1"], ["flow", "reset", "p", "vlan"],
+                          ["cac", "show", "x"], ["cac", "show", "--count", "1"], ["ping", "--count", "0"]]:
+            answer = run([self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), *arguments])
+            self.assertEqual((answer.status, answer.out), (2, ""), arguments)
+            self.assertRegex(answer.err, r"^onuqosctl: [^\n]+\n$", arguments)
+        for arguments in [[], ["service"], ["service", "apply", "1"], ["port", "distance", "1", "x", "2"],
+                          ["onu", "config-event", "101", "maybe"], ["call", "status", "[]"], ["call", "status", "{"],
+                          ["--control", "/" + "x" * 200, "status"], ["nonsense"]]:
+            answer = self.oltctl(*arguments)
+            self.assertEqual((answer.status, answer.out), (2, ""), arguments)
+            self.assertRegex(answer.err, r"^oltctl: [^\n]+\n$", arguments)
+
+
+class OperatorTest(ClientTest):
+    def test_every_control_command_is_reached(self):
+        listed = {command["name"] for command in self.operate("commands")["commands"]}
+        self.ask("tcp", "tcont", "create", "gold")
+        self.ask("tcp", "flow", "create", "hsi")
+        config = os.path.join(self.directory, "saved.json")
+        sent = {
+            "list-commands": ["commands"], "status": ["status"], "message": ["message", "onuQosDump", "17"],
+            "hardware-get": ["hardware"], "alarms-get": ["alarms"], "service-list": ["service", "list"],
+            "service-apply": ["service", "apply", "101", "s", "--flow-profile", "hsi", "--tcont-profile", "gold",
+                              "--virtual-port", "1", "--term-point-type", "1", "--term-point-id", "2"],
+            "flow-service-get": ["service", "flow", "101", "1"], "service-remove": ["service", "remove", "101", "s"],
+            "service-profile-add": ["service-profile", "add", "base64:/w==", "--tcont-profile", "gold",
+                                    "--flow-profile", "hsi"],
+            "service-profile-list": ["service-profile", "list"],
+            "service-profile-remove": ["service-profile", "remove", "base64:/w=="],
+            "config-apply-start": ["config", "apply-start"], "config-apply-stop": ["config", "apply-stop"],
+            "config-save": ["config", "save", "--file", config],
+            "interface-event": ["interface", "event", "101", "4"],
+            "onu-config-event": ["onu", "config-event", "101", "yes", "--other"],
+            "interface-type-set": ["interface", "type", "102", "none"],
+            "port-distance-set": ["port", "distance", "1", "0", "10"],
+            "port-available-set": ["port", "available", "1", "computed", "computed"],
+            "fault-set": ["fault", "set", "reportAlarm", "--answer", "2", "--times", "3", "--after", "4"],
+            "fault-clear": ["fault", "clear", "reportAlarm"], "log-level": ["log-level", "3"],
+            "default-settings": ["default-settings"], "shutdown": ["shutdown"],
+        }
+        self.assertEqual(set(sent), listed)
+        for command, words in sent.items():
+            with self.subTest(command=command):
+                if command not in ("service-profile-add", "service-profile-remove", "shutdown"):
+                    self.assertNotEqual(self.good(self.oltctl(*words)).out, "")
+                self.assertEqual(self.good(self.oltctl("--json", *words)).json()["result"], 0)
+        self.assertTrue(os.path.exists(config))
+        self.assertEqual(self.daemon.process.wait(PATIENCE), 0)
+        answer = self.oltctl("status")
+        self.assertEqual(answer.status, 3)
+        self.assertRegex(answer.err, r"^oltctl: control path .*control\.sock: .*oltmgrd.*--control.*\n$")
+
+    def test_dumps_are_printed_as_they_are(self):
+        self.ask("tcp", "tcont", "create", "base64:" + base64.b64encode(b"g\xff").decode())
+        raw = lambda *arguments: subprocess.run(self.oltctl_command(*arguments), capture_output=True, check=True,
+                                                timeout=PATIENCE).stdout
+        dump = raw("dump")
+        self.assertTrue(dump.startswith(b" onuFlowProfileMap:\n -----------------\n\n tContProfileMap:\n"), dump)
+        self.assertIn(b" \tname: g\xff (g\xff)\n", dump)
+        self.assertEqual(raw("message", "onuQosDump"), dump)
+        self.assertEqual(base64.b64decode(self.operate("dump")["reply"]["base64"]), dump)
+
+    def test_raw_calls(self):
+        self.operate("call", "log-level", '{"level": 1}')
+        self.good(self.oltctl("call", "port-distance-set", "-", input=b'{"interface": 1, "min": 0, "max": 20}'))
+        for arguments, status, text in [(["nonsense"], 2, "nonsense"), (["log-level"], 1, "level"),
+                                        (["log-level", '{"level": "high"}'], 1, "level"),
+                                        (["status", '{"more": 1}'], 1, "more")]:
+            answer = self.oltctl("--json", "call", *arguments)
+            self.assertEqual((answer.status, answer.json()["result"]), (1, status))
+            self.assertRegex(answer.err, rf"^oltctl: .*{text}.*\n$")
+
+    def test_a_saved_configuration_is_refused_during_an_apply_unless_forced(self):
+        self.operate("config", "apply-start")
+        self.assertEqual(self.oltctl("config", "save").status, 1)
+        self.assertIn("profiles", self.operate("config", "save", "--force"))
+
+    def test_names_in_use_by_service_profiles(self):
+        for transport, _ in BOTH:
+            for family, name in (("tcont", "rpcTContProfileResPartOfService"),
+                                 ("flow", "rpcOnuFlowProfileResPartOfService")):
+                self.ask(transport, family, "create", "named")
+                self.refused(transport, 4, name, family, "delete", "named", hint="oltctl service-profile list")
+                self.refused(transport, 4, name, family, "rename", "named", "other")
+                self.operate("service-profile", "remove", "internet")
+                self.ask(transport, family, "delete", "named")
+                self.operate("service-profile", "add", "internet", "--tcont-profile", "named", "--flow-profile",
+                             "named")
+
+
+if __name__ == "__main__":
+    main()
