@@ -72,7 +72,8 @@ void sendNothing(std::uint16_t port) {
 std::uint16_t publishedPort() {
     sockaddr_in address = loopback(PMAPPORT);
     int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPortmapperLimit, sizeof kPortmapperLimit);  // for connect
+    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPortmapperLimit,
+                 sizeof kPortmapperLimit);  // for connect
     u_short port = 0;
     // With a connection of its own the library neither looks for a reserved port nor waits without bound.
     if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {

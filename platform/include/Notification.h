@@ -38,7 +38,8 @@ public:
     template <typename Bound>
     void unsubscribePost(const Bound& bound) {
         const std::lock_guard guard(mutex_);
-        std::erase_if(postHandlers_, [&bound](const PostHandler& handler) { return handler.contains(bound); });
+        std::erase_if(postHandlers_,
+                      [&bound](const PostHandler& handler) { return handler.contains(bound); });
     }
 
     /// Raises the event: every pre-handler, and if none answers false, every post-handler. False on a veto.
