@@ -562,6 +562,9 @@ class Configuration(harness.DaemonTest):
 
     def test_kill_while_saving_leaves_a_whole_file(self):
         chance = random.Random(5)
+        self.daemon.start_with_config()
+        self.daemon.request("config-save")  # from here on there is always a file
+        self.daemon.stop()
         for _ in range(int(os.environ.get("OLTMGRD_KILLS", "12"))):
             daemon = self.daemon.start_with_config()
             self.assertNotIn("not restored", daemon.errors())
