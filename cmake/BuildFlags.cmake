@@ -2,6 +2,8 @@
 add_library(onuqos_build_flags INTERFACE)
 target_compile_options(onuqos_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror)
 target_link_options(onuqos_build_flags INTERFACE -Wl,--as-needed)
+# Line tables serve backtraces and debuggers' stepping; full debug information would take a third of the build.
+target_compile_options(onuqos_build_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-g1>)
 # Boost 1.74 includes a few of its own deprecated headers and says so.
 target_compile_definitions(onuqos_build_flags INTERFACE BOOST_ALLOW_DEPRECATED_HEADERS)
 # Unique symbols would keep a module in the process for ever once it is loaded; singletons do not need them.
@@ -12,7 +14,7 @@ target_compile_options(onuqos_build_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,
 set(ONUQOS_NO_SANITIZE -fno-sanitize=enum $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
 if(ONUQOS_SANITIZE)
     target_compile_options(onuqos_build_flags INTERFACE
-        -fsanitize=${ONUQOS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all ${ONUQOS_NO_SANITIZE} -O1)
+        -fsanitize=${ONUQOS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all ${ONUQOS_NO_SANITIZE} -O1 -g1)
     target_link_options(onuqos_build_flags INTERFACE -fsanitize=${ONUQOS_SANITIZE})
 endif()
 if(ONUQOS_COVERAGE)

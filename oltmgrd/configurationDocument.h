@@ -60,7 +60,7 @@ struct SavedFlowProfile : SavedProfile {
 };
 
 struct TermPoint {
-    std::uint32_t type = 0;
+    std::int32_t type = 0;  ///< the module looks at it only when it pushes the binding: any number
     std::int16_t id = 0;
 
     friend bool operator==(const TermPoint&, const TermPoint&) = default;
@@ -79,7 +79,9 @@ struct SavedBinding {
     std::size_t flow = kDeleted;   ///< the profile as it is now, in `ConfigurationDocument::flowProfiles`
     std::size_t tcont = kDeleted;  ///< likewise in `tcontProfiles`
     TContShape shape;              ///< of the T-CONT profile when it was bound
-    std::optional<TermPoint> pushedTermPoint;  ///< what the hardware layer was told, where that is another
+    // What the hardware layer was told, where that is another: of equal bindings only the first is pushed.
+    std::optional<TermPoint> pushedTermPoint{};
+    std::optional<std::uint32_t> pushedTContId{};
 
     friend bool operator==(const SavedBinding&, const SavedBinding&) = default;
 };

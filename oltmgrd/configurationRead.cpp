@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "configurationDocument.h"
+#include "entity/onuQos.h"
 #include "errors.h"
 #include "files.h"
 #include "jsonFields.h"
@@ -13,7 +14,6 @@ namespace oltmgrd {
 namespace {
 
 constexpr int kVersion = 1;
-constexpr std::size_t kProfilesMax = 256;  // the module's tables hold no more
 constexpr std::uint32_t kInterfaceMax = 0x7FFFFFFF;
 
 using PlaceByName = std::unordered_map<std::string, std::size_t>;
@@ -32,8 +32,9 @@ std::vector<std::uint32_t> readInterfaces(JsonFields& fields, std::string_view m
 
 void readCommon(JsonFields& fields, SavedProfile& profile, PlaceByName& places, std::size_t place) {
     profile.name = fields.name("name");
-    if (place == kProfilesMax) {
-        fields.fail("name", "there are at most " + std::to_string(kProfilesMax) + " profiles of a family");
+    if (place == kProfileCountMax) {
+        fields.fail("name",
+                    "there are at most " + std::to_string(kProfileCountMax) + " profiles of a family");
     }
     if (!places.emplace(profile.name, place).second) {
         fields.fail("name", "another profile has this name already");
@@ -44,7 +45,7 @@ void readCommon(JsonFields& fields, SavedProfile& profile, PlaceByName& places, 
 
 TContShape readShape(JsonFields& fields) {
     TContShape shape;
-    shape.tContId = fields.integerOr<std::uint32_t>("tContId", shape.tContId, 1, 6);
+    shape.tContId = fields.integerOr<std::uint32_t>("tContId", shape.tContId, 1, kTContIdMax);
     shape.tContType = fields.integerOr<std::int32_t>("tContType", shape.tContType, 1, 5);
     shape.fixedRate = fields.integerOr<std::uint32_t>("fixedRate", shape.fixedRate);
     shape.assuredRate = fields.integerOr<std::uint32_t>("assuredRate", shape.assuredRate);
@@ -85,7 +86,7 @@ SavedFlowProfile readFlowProfile(JsonFields fields, PlaceByName& places) {
 }
 
 TermPoint readTermPoint(JsonFields& fields) {
-    return {.type = fields.integer<std::uint32_t>("termPointType", 0, 0x7FFFFFFF),
+    return {.type = fields.integer<std::int32_t>("termPointType"),
             .id = fields.integer<std::int16_t>("termPointId")};
 }
 
@@ -137,6 +138,9 @@ public:
             JsonFields pushedFields(*pushed, fields.pointer("pushedTermPoint"));
             binding.pushedTermPoint = readTermPoint(pushedFields);
             pushedFields.finish();
+        }
+        if (fields.find("pushedTContId") != nullptr) {
+            binding.pushedTContId = fields.integer<std::uint32_t>("pushedTContId", 1, kTContIdMax);
         }
         fields.finish();
         return binding;

@@ -15,7 +15,7 @@ namespace {
 
 struct UniType {
     int uniType;
-    std::uint32_t termPointType;
+    std::int32_t termPointType;
 };
 
 // How the module translates termination point types for the hardware layer.
@@ -106,33 +106,45 @@ void saveApplied(SavedProfile& profile, const std::set<std::uint32_t>& applied,
     std::ranges::set_difference(bound, applied, std::back_inserter(profile.appliedNot));
 }
 
-/// What the hardware layer was told of the termination points.
-class PushedTermPoints {
+/// What the hardware layer was told of the bindings.
+class PushedBindings {
 public:
-    explicit PushedTermPoints(const std::vector<standin::Binding>& bindings) {
+    explicit PushedBindings(const std::vector<standin::Binding>& bindings) {
         for (const standin::Binding& binding : bindings) {
             const auto* row = std::ranges::find(kUniTypes, binding.uniType, &UniType::uniType);
             if (row != kUniTypes.end()) {
-                points_[{binding.interface, binding.flowProfile, binding.tcontProfile, binding.virtualPort}] =
-                    {.type = row->termPointType, .id = static_cast<std::int16_t>(binding.termPointId)};
+                pushed_[{binding.interface, binding.flowProfile, binding.tcontProfile, binding.virtualPort}] =
+                    {.point = {.type = row->termPointType,
+                               .id = static_cast<std::int16_t>(binding.termPointId)},
+                     .tcontId = binding.tcontId};
             }
         }
     }
 
-    /// Equal bindings are pushed once, so only the first of them asks: what was pushed if it differs.
-    std::optional<TermPoint> take(const AppliedService& service) {
-        const auto found =
-            points_.find({service.interface, service.flowProfile, service.tcontProfile, service.virtualPort});
-        if (found == points_.end()) {
-            return std::nullopt;
+    /// Notes what was pushed where it differs. Equal bindings are pushed once, so only the first of them
+    /// asks.
+    void take(SavedBinding& binding) {
+        const auto node = pushed_.extract(
+            {binding.interface, binding.flowProfile, binding.tcontProfile, binding.virtualPort});
+        if (node.empty()) {
+            return;
         }
-        const TermPoint point = found->second;
-        points_.erase(found);
-        return point == service.termPoint ? std::nullopt : std::optional(point);
+        const Pushed& pushed = node.mapped();
+        if (pushed.point != binding.termPoint) {
+            binding.pushedTermPoint = pushed.point;
+        }
+        if (pushed.tcontId != binding.shape.tContId) {
+            binding.pushedTContId = pushed.tcontId;
+        }
     }
 
 private:
-    std::map<std::tuple<std::uint32_t, std::string, std::string, std::uint32_t>, TermPoint> points_;
+    struct Pushed {
+        TermPoint point;
+        std::uint32_t tcontId;
+    };
+
+    std::map<std::tuple<std::uint32_t, std::string, std::string, std::uint32_t>, Pushed> pushed_;
 };
 
 }  // namespace
@@ -161,7 +173,7 @@ ConfigurationDocument documentOf(const ConfigurationState& state) {
 
     std::vector<std::set<std::uint32_t>> tcontInterfaces(document.tcontProfiles.size());
     std::vector<std::set<std::uint32_t>> flowInterfaces(document.flowProfiles.size());
-    PushedTermPoints pushed(state.hardware.bindings);
+    PushedBindings pushed(state.hardware.bindings);
     document.bindings.reserve(state.services.size());
     for (const AppliedService& service : state.services) {
         SavedBinding binding{.interface = service.interface,
@@ -172,8 +184,8 @@ ConfigurationDocument documentOf(const ConfigurationState& state) {
                              .termPoint = service.termPoint,
                              .flow = flows.find(service.flowSerial, service.flowProfile),
                              .tcont = tconts.find(service.tcontSerial, service.tcontProfile),
-                             .shape = service.shape,
-                             .pushedTermPoint = pushed.take(service)};
+                             .shape = service.shape};
+        pushed.take(binding);
         if (binding.tcont != kDeleted) {
             tcontInterfaces[binding.tcont].insert(binding.interface);
         }

@@ -23,15 +23,17 @@ ConfigurationStore::ConfigurationStore(const onuQosClassInterface& module, Servi
     : module_(module), services_(services), file_(std::move(file)) {}
 
 bool ConfigurationStore::applyStart() {
-    const bool raised = standin::manager::raiseConfigurationApplyStart();
-    applying_ = applying_ || raised;
-    return raised;
+    return standin::manager::raiseConfigurationApplyStart();
 }
 
 bool ConfigurationStore::applyStop() {
-    const bool raised = standin::manager::raiseConfigurationApplyStop();
-    applying_ = applying_ && !raised;
-    return raised;
+    return standin::manager::raiseConfigurationApplyStop();
+}
+
+bool ConfigurationStore::isApplying() const {
+    bool applying = false;
+    call<&onuQosClassInterface::tContProfileConsApplyStateGet>(module_, &applying);
+    return applying;
 }
 
 void ConfigurationStore::restore(const ConfigurationDocument& document) {
@@ -47,7 +49,7 @@ ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool
         throw SaveError("no file: oltmgrd runs without --config, so the request must name one");
     }
     const std::lock_guard guard(saving_);
-    if (applying_ && !force) {
+    if (isApplying() && !force) {
         throw SaveError(target + ": a configuration apply is in progress; end it, or force the save");
     }
     const bool isOwnFile = !file_.empty() && isSameFile(target, file_);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -27,7 +26,8 @@ public:
     /// Raise the notifications of a configuration apply; false if a handler vetoed it.
     bool applyStart();
     bool applyStop();
-    bool isApplying() const { return applying_; }
+    /// Asks the module, which is told by these and by nobody else.
+    bool isApplying() const;
 
     /// Restores a document within a configuration apply. Called once, before anything else uses the module.
     void restore(const ConfigurationDocument& document);
@@ -47,7 +47,6 @@ private:
     const onuQosClassInterface& module_;
     ServiceSide& services_;
     const std::string file_;
-    std::atomic<bool> applying_ = false;
     std::optional<RestoreReport> report_;
     std::mutex saving_;
     bool fileHoldsMore_ = false;  // than the module: the restore lost entries

@@ -110,6 +110,9 @@ Json entryJson(const SavedBinding& binding, const ConfigurationDocument& documen
     if (binding.pushedTermPoint) {
         addTermPoint(json["pushedTermPoint"], *binding.pushedTermPoint);
     }
+    if (binding.pushedTContId) {
+        json["pushedTContId"] = *binding.pushedTContId;
+    }
     return json;
 }
 

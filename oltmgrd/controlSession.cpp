@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "controlServer.h"
+#include "memory.h"
 
 namespace oltmgrd {
 namespace {
@@ -76,7 +77,11 @@ void ControlSession::answer(std::string line) {
     boost::asio::async_write(socket_, boost::asio::buffer(answer_),
                              [self = shared_from_this()](const Error& error, std::size_t) {
                                  self->phase_ = Phase::reading;
+                                 const bool isLarge = self->answer_.size() > kLargeWork;
                                  self->answer_ = {};
+                                 if (isLarge) {
+                                     returnFreeMemory();
+                                 }
                                  if (error || self->closing_) {
                                      self->close();
                                  } else {

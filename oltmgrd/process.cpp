@@ -17,6 +17,7 @@
 #include "controlSocket.h"
 #include "errors.h"
 #include "inventory.h"
+#include "memory.h"
 #include "module.h"
 #include "operatorLog.h"
 #include "rpcGuard.h"
@@ -106,7 +107,7 @@ public:
         for (const std::string& warning : inventory.warnings) {
             tellOperator("warning: inventory " + options_.inventory + ": " + warning);
         }
-        const auto configuration = readSavedConfiguration(options_.configuration);
+        auto configuration = readSavedConfiguration(options_.configuration);
         if (configuration) {
             // The saved ones count; they are added once the profiles that they name are there.
             inventory.inventory.serviceProfiles.clear();
@@ -120,9 +121,11 @@ public:
                 "no portmapper takes connections on 127.0.0.1 port 111: RPC clients have to be given the "
                 "port (--port). To have it published, start rpcbind before oltmgrd.");
         }
-        startEntities();
+        startEntities();  // before the receive loop: entities may be served only once they have started
         if (configuration) {
             restore(*configuration);
+            configuration.reset();
+            returnFreeMemory();
         }
         rpc_->start(module_ != nullptr, kRegistrationLimit);
         guard_.emplace();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -54,16 +55,19 @@ public:
         restoreAppliedAlso();
         for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
             removeExtras(i);
-            if (carryOut(describedBinding(document_.bindings[i]), [&] { bind(i); })) {
+            const SavedBinding& binding = document_.bindings[i];
+            if (carryOut(described(binding), [&] { bind(i); })) {
                 report_.bindings += 1;
-                services_.push_back(applied(document_.bindings[i]));
+            } else {
+                lostBindings_.insert(i);
             }
+            services_.push_back(applied(binding));  // a step that fails late leaves the binding in place
         }
         removeExtras(document_.bindings.size());
         finishProfiles();
     }
 
-    /// The bindings that were restored, in order, with the serials of their profiles.
+    /// The bindings in order, with the serials of their profiles.
     std::vector<AppliedService> takeServices() {
         const auto tconts = serials(tconts_, document_.tcontProfiles.size(), standin::hardware::tContProfile);
         const auto flows = serials(flows_, document_.flowProfiles.size(), standin::hardware::flowProfile);
@@ -76,6 +80,7 @@ public:
 
     const RestoredProfiles& tconts() const { return tconts_; }
     const RestoredProfiles& flows() const { return flows_; }
+    const std::set<std::size_t>& lostBindings() const { return lostBindings_; }
 
 private:
     static constexpr std::size_t kNoMore = static_cast<std::size_t>(-1);
@@ -91,10 +96,6 @@ private:
     }
     std::size_t flowOf(const SavedBinding& binding) const {
         return binding.flow == kDeleted ? flows_.extra() : binding.flow;
-    }
-
-    static std::string describedBinding(const SavedBinding& binding) {
-        return "service " + quoted(binding.service) + " of interface " + std::to_string(binding.interface);
     }
 
     /// False when `work` was refused; that is reported as a loss of `entry`.
@@ -140,7 +141,7 @@ private:
     /// Finds how many bindings have to be there before the extra profiles are not needed any more.
     void planExtras() {
         for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
-            if (document_.bindings[i].tcont == kDeleted) {
+            if (document_.bindings[i].tcont == kDeleted || document_.bindings[i].pushedTContId) {
                 extraTContUses_ = i + 1;
             }
             if (document_.bindings[i].flow == kDeleted) {
@@ -220,12 +221,9 @@ private:
         clearConflicts(binding);
 
         const auto erasure = erasures_.find(index);
-        const bool passes = erasure != erasures_.end() || binding.pushedTermPoint;
-        // Of equal bindings only the first is pushed, with its own termination point.
-        if (binding.pushedTermPoint) {
-            require(apply(binding.interface, passingService(), binding.flowProfile, binding.tcontProfile,
-                          binding.virtualPort, *binding.pushedTermPoint),
-                    "applying");
+        const bool passes = erasure != erasures_.end() || binding.pushedTermPoint || binding.pushedTContId;
+        if (binding.pushedTermPoint || binding.pushedTContId) {
+            applyFirstOfEqual(binding);
         }
         const Result result = apply(binding.interface, binding.service, binding.flowProfile,
                                     binding.tcontProfile, binding.virtualPort, binding.termPoint);
@@ -236,6 +234,22 @@ private:
             passOver(binding, erasure == erasures_.end() ? Erasure{} : erasure->second);
         }
         require(result, "applying");
+    }
+
+    /// Of equal bindings only the first is pushed, with its own termination point and the id that the profile
+    /// of that name had at the time. A passing service stands in for it.
+    void applyFirstOfEqual(const SavedBinding& binding) {
+        if (binding.pushedTContId) {
+            TContShape pushed = binding.shape;
+            pushed.tContId = *binding.pushedTContId;
+            tconts_.shapeTo(tconts_.extra(), pushed);
+            tconts_.moveTo(tconts_.extra(), binding.tcontProfile);
+        }
+        require(apply(binding.interface, passingService(), binding.flowProfile, binding.tcontProfile,
+                      binding.virtualPort, binding.pushedTermPoint.value_or(binding.termPoint)),
+                "applying");
+        tconts_.shapeTo(tcontOf(binding), binding.shape);
+        tconts_.moveTo(tcontOf(binding), binding.tcontProfile);
     }
 
     /// Applies an equal binding and removes it, which takes the interface out of the applied sets of those
@@ -307,7 +321,7 @@ private:
         try {
             make();
             profiles.moveTo(place, name);
-            report_.profiles += 1;
+            report_.profiles += profiles.isLost(place) ? 0 : 1;
         } catch (const Refused& refusal) {
             profiles.lose(place, refusal.what());
         }
@@ -347,6 +361,7 @@ private:
     std::unordered_map<std::size_t, Erasure> erasures_;                       // by binding
     std::unordered_map<std::uint32_t, std::vector<std::string>> tcontNames_;  // bound on each ONU
     std::vector<AppliedService> services_;
+    std::set<std::size_t> lostBindings_;
 };
 
 /// Adds the service profiles; the module's profiles that they name can be neither renamed nor deleted now.
@@ -375,7 +390,8 @@ RestoreReport restoreConfiguration(const onuQosClassInterface& module, const Con
 
     ConfigurationState state;
     if (captureConfiguration(module, services, state)) {
-        compareRestored(document, documentOf(state), restoring.tconts(), restoring.flows(), report);
+        compareRestored(document, documentOf(state), restoring.tconts(), restoring.flows(),
+                        restoring.lostBindings(), report);
     } else {
         report.lost.emplace_back("what was restored could not be read back: the lock was not obtained");
     }

@@ -50,6 +50,33 @@ void compareProfiles(const std::vector<Profile>& saved, const std::vector<Profil
     }
 }
 
+void compareBindings(const ConfigurationDocument& saved, const ConfigurationDocument& restored,
+                     const std::set<std::size_t>& lostBindings, std::vector<std::string>& lost) {
+    std::map<std::pair<std::uint32_t, std::string>, const SavedBinding*> unmatched;
+    for (const SavedBinding& binding : restored.bindings) {
+        unmatched[{binding.interface, binding.service}] = &binding;
+    }
+    for (std::size_t place = 0; place < saved.bindings.size(); ++place) {
+        const SavedBinding& binding = saved.bindings[place];
+        const auto node = unmatched.extract({binding.interface, binding.service});
+        if (lostBindings.contains(place) || (!node.empty() && binding == *node.mapped())) {
+            continue;
+        }
+        if (node.empty()) {
+            lost.push_back(described(binding) + ": is missing");
+            continue;
+        }
+        // A profile that is missing moves the others up, which makes unequal records of equal entries.
+        const auto text = difference(entryJson(binding, saved), entryJson(*node.mapped(), restored));
+        if (!text.empty()) {
+            lost.push_back(described(binding) + ": " + text);
+        }
+    }
+    for (const auto& [key, binding] : unmatched) {
+        lost.push_back(described(*binding) + ": was not saved, and stayed behind");
+    }
+}
+
 std::string signedText(std::int64_t number) {
     return (number < 0 ? "" : "+") + std::to_string(number);
 }
@@ -82,9 +109,11 @@ void comparePorts(const std::vector<SavedPort>& saved, const std::vector<SavedPo
 }  // namespace
 
 void compareRestored(const ConfigurationDocument& saved, const ConfigurationDocument& restored,
-                     const RestoredProfiles& tconts, const RestoredProfiles& flows, RestoreReport& report) {
+                     const RestoredProfiles& tconts, const RestoredProfiles& flows,
+                     const std::set<std::size_t>& lostBindings, RestoreReport& report) {
     compareProfiles(saved.tcontProfiles, restored.tcontProfiles, tconts, report.lost);
     compareProfiles(saved.flowProfiles, restored.flowProfiles, flows, report.lost);
+    compareBindings(saved, restored, lostBindings, report.lost);
     comparePorts(saved.ports, restored.ports, report.differences);
 }
 

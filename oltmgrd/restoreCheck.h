@@ -1,14 +1,18 @@
 #pragma once
 
+#include <cstddef>
+#include <set>
+
 #include "configurationDocument.h"
 #include "restore.h"
 #include "restoreProfiles.h"
 
 namespace oltmgrd {
 
-/// Adds to `report` where what was restored is not what was saved. Profiles that were lost already are passed
-/// over, and so are bindings that are missing.
+/// Adds to `report` where what was restored is not what was saved. Entries that were lost already are passed
+/// over; `lostBindings` are places in `saved.bindings`.
 void compareRestored(const ConfigurationDocument& saved, const ConfigurationDocument& restored,
-                     const RestoredProfiles& tconts, const RestoredProfiles& flows, RestoreReport& report);
+                     const RestoredProfiles& tconts, const RestoredProfiles& flows,
+                     const std::set<std::size_t>& lostBindings, RestoreReport& report);
 
 }  // namespace oltmgrd

@@ -19,6 +19,10 @@ std::string quoted(const std::string& name) {
     return "'" + clients::printable(name) + "'";
 }
 
+std::string described(const SavedBinding& binding) {
+    return "service " + quoted(binding.service) + " of interface " + std::to_string(binding.interface);
+}
+
 RestoredProfiles::RestoredProfiles(const onuQosClassInterface& module, std::string family,
                                    std::vector<std::string> names, std::string prefix,
                                    std::vector<std::string>& lost)

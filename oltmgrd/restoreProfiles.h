@@ -22,8 +22,9 @@ public:
 /// Throws `Refused` unless `result` is `onuQosResOk`.
 void require(Result result, const std::string& step);
 
-/// A name as it stands in a report.
+/// A name, and a binding, as they stand in a report.
 std::string quoted(const std::string& name);
+std::string described(const SavedBinding& binding);
 
 /// The profiles of one family while a configuration is restored. Each is made under a name of its own, its
 /// home, and renamed from there: renaming reaches names that creating refuses, and a profile at home is not

@@ -1,5 +1,6 @@
 #include "clients/common/name.h"
 #include "commandHandlers.h"
+#include "memory.h"
 #include "results.h"
 
 namespace oltmgrd {
@@ -39,7 +40,7 @@ Answer serviceApply(CommandContext& context, const Arguments& arguments) {
          .flowProfile = arguments.name("flowProfile"),
          .tcontProfile = arguments.name("tcontProfile"),
          .virtualPort = arguments.number("virtualPort"),
-         .termPoint = {.type = static_cast<std::uint32_t>(arguments.integer("termPointType")),
+         .termPoint = {.type = arguments.integer("termPointType"),
                        .id = static_cast<std::int16_t>(arguments.integer("termPointId"))}}));
 }
 
@@ -88,6 +89,7 @@ Answer configApplyStop(CommandContext& context, const Arguments&) {
 
 Answer configSave(CommandContext& context, const Arguments& arguments) {
     const auto saved = configurationOf(context).save(arguments.name("file"), arguments.boolean("force"));
+    returnFreeMemory();
     return {.text = {}, .arguments = {{"profiles", saved.profiles}, {"bindings", saved.bindings}}};
 }
 

@@ -34,7 +34,8 @@ Result ServiceSide::apply(AppliedService service) {
         service.termPoint.id);
     // A step that fails after the hardware layer has accepted leaves the binding in place.
     if (result != onuQos::onuQosResOk || inDoubt_) {
-        reconcile(std::move(service));
+        attempted_.insert_or_assign(key, std::move(service));
+        reconcile();
     } else if (!isRemembered(key)) {
         identifyProfiles(service);
         remember(std::move(service));
@@ -46,7 +47,7 @@ Result ServiceSide::remove(std::uint32_t interface, const std::string& service) 
     const auto held = hold();
     const Result result = call<&Interface::onuQosServiceRemove>(module_, interface, service);
     if (result != onuQos::onuQosResOk || inDoubt_) {
-        reconcile(std::nullopt);
+        reconcile();
     } else {
         forget({interface, service});
     }
@@ -56,7 +57,7 @@ Result ServiceSide::remove(std::uint32_t interface, const std::string& service) 
 std::vector<std::string> ServiceSide::defaultSettings() {
     const auto held = hold();
     auto failed = standin::manager::applyDefaultSettings();
-    reconcile(std::nullopt);
+    reconcile();
     return failed;
 }
 
@@ -75,7 +76,7 @@ std::vector<AppliedService> ServiceSide::list() const {
 }
 
 std::vector<AppliedService> ServiceSide::listAgreedWith(const onuQosTables& tables) {
-    reconcileWith(tables, std::nullopt);
+    reconcileWith(tables);
     return list();
 }
 
@@ -120,15 +121,15 @@ void ServiceSide::forget(const Key& key) {
     }
 }
 
-void ServiceSide::reconcile(std::optional<AppliedService> attempted) {
+void ServiceSide::reconcile() {
     onuQosTables tables;
     inDoubt_ = call<&Interface::onuQosTablesGet>(module_, tables) != onuQos::onuQosResOk;
     if (!inDoubt_) {
-        reconcileWith(tables, attempted);
+        reconcileWith(tables);
     }
 }
 
-void ServiceSide::reconcileWith(const onuQosTables& tables, const std::optional<AppliedService>& attempted) {
+void ServiceSide::reconcileWith(const onuQosTables& tables) {
     inDoubt_ = false;
     for (const AppliedService& service : list()) {
         const onuQosServiceIntfInfo* binding = bindingOf(tables, service.interface, service.service);
@@ -146,13 +147,14 @@ void ServiceSide::reconcileWith(const onuQosTables& tables, const std::optional<
                                    .flowProfile = binding.onuFlowProfileName,
                                    .tcontProfile = binding.tContProfileName,
                                    .virtualPort = binding.virtualPortId};
-            if (attempted && attempted->interface == interface && attempted->service == name) {
-                service.termPoint = attempted->termPoint;
+            if (const auto attempted = attempted_.find({interface, name}); attempted != attempted_.end()) {
+                service.termPoint = attempted->second.termPoint;
             }
             identifyProfiles(service);
             remember(std::move(service));
         }
     }
+    attempted_.clear();
 }
 
 }  // namespace oltmgrd

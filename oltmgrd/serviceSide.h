@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,12 +68,13 @@ private:
     void forget(const Key& key);
 
     /// Brings what is remembered into line with the module's bindings; nothing when they cannot be had now.
-    void reconcile(std::optional<AppliedService> attempted);
-    void reconcileWith(const onuQosTables& tables, const std::optional<AppliedService>& attempted);
+    void reconcile();
+    void reconcileWith(const onuQosTables& tables);
 
     const onuQosClassInterface& module_;
     std::mutex operations_;
     bool inDoubt_ = false;  // an operation failed and the module's bindings could not be had since
+    std::map<Key, AppliedService> attempted_;  // by operations that failed since then
 
     mutable std::mutex services_;  // guards what follows; a leaf
     std::map<std::uint64_t, AppliedService> byOrder_;

@@ -125,8 +125,12 @@ std::string singleStepsHint(const std::string& name, const Wanted& wanted, const
     const std::string id = wanted.record.tContId != 0 ? " --id " + std::to_string(wanted.record.tContId) : "";
     const std::string type = stored != nullptr && stored->type != wanted.type ? " --type 5" : "";
     const TContRates from = stored != nullptr && type.empty() ? stored->rates : typeDefaults(wanted.type);
-    return "an assured rate below 256 kbit/s is only valid on top of the fixed rate, so this request "
-           "cannot make it; set the rates one after the other: " +
+    const char* why =
+        needsSingleSteps(wanted.type, wanted.rates)
+            ? "an assured rate below 256 kbit/s is only valid on top of the fixed rate, so this "
+              "request cannot make it"
+            : "the rates are valid together, but one of the steps to them is not";
+    return std::string(why) + "; set the rates one after the other: " +
            (stored == nullptr ? "onuqosctl tcont create " + word + " && " : "") + "onuqosctl tcont set " +
            word + id + type + " " + singleSteps(from, wanted.rates);
 }
@@ -142,8 +146,11 @@ std::string domainFault(const Assignments& assignments) {
 std::string createAndSetHint(std::int32_t result, const std::string& name, const Wanted& wanted,
                              const Assignments& assignments, const TContProfile* stored) {
     if (result == rpcTContProfileResRateError) {
-        return needsSingleSteps(wanted.type, wanted.rates) ? singleStepsHint(name, wanted, stored)
-                                                           : explainRates(wanted.type, wanted.rates);
+        const std::string broken = explainRates(wanted.type, wanted.rates);
+        const bool stepRefused = wanted.type == 5 && stored != nullptr && broken.empty();
+        return needsSingleSteps(wanted.type, wanted.rates) || stepRefused
+                   ? singleStepsHint(name, wanted, stored)
+                   : broken;
     }
     const std::string fault = domainFault(assignments);
     if (result == rpcTContProfileResOutOfRange && fault.empty()) {
@@ -188,7 +195,8 @@ std::string setterHint(Session& session, std::int32_t result, const std::string&
     TContRates rates = stored.rates;
     rates.*assignment.attribute->rate = assignment.value;
     const std::string fault = assignment.asksForDefaultRate() ? general : explainRates(stored.type, rates);
-    return fault.empty() ? "onuqosctl ranges shows the largest rate" : fault;
+    return fault.empty() ? "onuqosctl ranges shows the largest rate"
+                         : fault + ", at each step: the other rates are still the stored ones";
 }
 
 /// One setter after the other. The first refusal ends it and tells what was carried out before, with `done`
@@ -329,8 +337,8 @@ void addTContCommands(CLI::App& app, Action& action) {
         "If the profile exists, set what is given instead of refusing",
         "Without values the profile gets the defaults (procedure 100). Id, type and rates travel in one "
         "request, which\n"
-        "either makes the whole profile or none (procedure 115, create-and-set); it does not carry "
-        "allocation type,\n"
+        "makes the whole profile or none (procedure 115, create-and-set); one that existed keeps the steps "
+        "done before\na refusal. It does not carry allocation type,\n"
         "weight and priority, which are set afterwards, one by one (procedures 116 to 118). Whether the "
         "profile exists\n"
         "is asked first (procedure 104), because create-and-set changes an existing one; --or-set wants just "

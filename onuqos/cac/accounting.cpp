@@ -1,5 +1,3 @@
-#include "cac/limits.h"
-#include "entity/interfaceType.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "cac/limits.h"
 #include "entity/interfaceType.h"
 #include "entity/log.h"

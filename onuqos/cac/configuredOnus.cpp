@@ -37,41 +37,55 @@ void ConfiguredOnus::forgetParent(std::uint32_t intf) {
 ConfiguredOnus::Answer ConfiguredOnus::otherOnPort(std::uint32_t port, std::uint32_t except,
                                                    const ParentOf& parentOf) {
     std::unique_lock guard(mutex_);
-    for (std::uint32_t from = 0;;) {
-        const auto known = configuredOn(port, except);
-        auto next = withoutParent_.lower_bound(from);
-        if (next != withoutParent_.end() && *next == except) {
-            ++next;
+    for (std::optional<std::uint32_t> last;;) {
+        const auto onu = nextToAsk(port, except, last);
+        if (!onu) {
+            return {};
         }
-        if (next == withoutParent_.end() || (known && *known < *next)) {
-            return {.found = known.has_value(), .unanswered = std::nullopt};
-        }
-        const std::uint32_t onu = *next;
-        const std::uint64_t forgotten = onus_.at(onu).forgotten;
+        const std::uint64_t forgotten = onus_.at(*onu).forgotten;
 
         guard.unlock();
-        const auto parent = parentOf(onu);
+        const auto parent = parentOf(*onu);
         guard.lock();
         if (!parent) {
             return {.found = false, .unanswered = onu};
         }
-        if (Onu& record = onus_.at(onu); record.forgotten == forgotten) {
-            unindex(onu, record);
-            record.parent = parent;
-            index(onu, record);
-            withoutParent_.erase(onu);
+        const Onu& record = onus_.at(*onu);
+        if (record.forgotten == forgotten) {
+            setParent(*onu, *parent);
         }
-        from = onu;  // asked again if it was forgotten in the meantime
+        if (record.configured && *parent == port) {
+            return {.found = true, .unanswered = std::nullopt};
+        }
+        last = onu;
     }
 }
 
-std::optional<std::uint32_t> ConfiguredOnus::configuredOn(std::uint32_t port, std::uint32_t except) const {
-    const auto onPort = configuredByPort_.find(port);
-    if (onPort == configuredByPort_.end()) {
-        return std::nullopt;
+std::optional<std::uint32_t> ConfiguredOnus::nextToAsk(std::uint32_t port, std::uint32_t except,
+                                                       std::optional<std::uint32_t> last) const {
+    std::optional<std::uint32_t> first;
+    const auto consider = [&](const std::set<std::uint32_t>& onus) {
+        auto next = last ? onus.upper_bound(*last) : onus.begin();
+        if (next != onus.end() && *next == except) {
+            ++next;
+        }
+        if (next != onus.end() && (!first || *next < *first)) {
+            first = *next;
+        }
+    };
+    consider(withoutParent_);
+    if (const auto onPort = configuredByPort_.find(port); onPort != configuredByPort_.end()) {
+        consider(onPort->second);
     }
-    const auto other = std::ranges::find_if(onPort->second, [except](auto onu) { return onu != except; });
-    return other == onPort->second.end() ? std::nullopt : std::optional(*other);
+    return first;
+}
+
+void ConfiguredOnus::setParent(std::uint32_t onu, std::uint32_t parent) {
+    Onu& record = onus_.at(onu);
+    unindex(onu, record);
+    record.parent = parent;
+    index(onu, record);
+    withoutParent_.erase(onu);
 }
 
 void ConfiguredOnus::index(std::uint32_t onu, const Onu& record) {

@@ -11,9 +11,10 @@
 /// platform for the parent of every other ONU each time: on a full OLT that would be a walk over all ONUs at
 /// the first binding of each.
 ///
-/// A parent is asked of the platform once, in the order of the ONU indexes, and remembered until the
-/// interface registry reports an event of that ONU. Thread-safe; asks without its own lock, so that the
-/// platform may report events under a lock that its answers need.
+/// Parents are asked of the platform in the order of the ONU indexes and remembered until the interface
+/// registry reports an event of that ONU; the ONU that decides a search is asked for in every search.
+/// Thread-safe; asks without its own lock, so that the platform may report events under a lock that its
+/// answers need.
 class ConfiguredOnus {
 public:
     /// Asks the platform for the parent of an ONU; nothing when it does not answer.
@@ -32,8 +33,8 @@ public:
     /// The platform may have moved this interface; its parent is asked anew. Takes any interface.
     void forgetParent(std::uint32_t intf);
 
-    /// Looks for a configured ONU behind `port` other than `except`, in the order of the indexes. Parents
-    /// that are not known are asked on the way; the first that is not answered ends the search.
+    /// Looks for a configured ONU behind `port` other than `except`, in the order of the indexes; the first
+    /// parent that is not answered ends the search.
     Answer otherOnPort(std::uint32_t port, std::uint32_t except, const ParentOf& parentOf);
 
 private:
@@ -43,8 +44,10 @@ private:
         std::uint64_t forgotten = 0;  ///< how often: an answer from before counts no more
     };
 
-    /// The first configured ONU behind `port` other than `except`, of those whose parent is known.
-    std::optional<std::uint32_t> configuredOn(std::uint32_t port, std::uint32_t except) const;
+    /// The first ONU behind `last` that may decide a search: its parent is unknown, or was `port`.
+    std::optional<std::uint32_t> nextToAsk(std::uint32_t port, std::uint32_t except,
+                                           std::optional<std::uint32_t> last) const;
+    void setParent(std::uint32_t onu, std::uint32_t parent);
     void index(std::uint32_t onu, const Onu& record);
     void unindex(std::uint32_t onu, const Onu& record);
 

@@ -3,6 +3,7 @@
 
 #include "BLLManager.h"
 #include "Features.h"
+#include "entity/features.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
@@ -12,9 +13,6 @@ using boost::placeholders::_2;
 using boost::placeholders::_3;
 
 namespace {
-
-/// The platform feature that tells whether there are ONU equipment events.
-constexpr int kOnuEquipmentFeature = 5;
 
 /// Set and cleared by the configuration-apply notifications, read by operations on any thread.
 std::atomic<bool> configurationApplyInProgress{false};

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "BLLManager.h"
 #include "Log.h"
 
@@ -34,8 +32,8 @@ class [[nodiscard]] OperationLock {
 public:
     explicit OperationLock(const char* operation) {
         if (!lock_.obtained()) {
-            logLine(LogImpl::logLevelError, "Error obtaining exclusive lock in ",
-                    "onuQos::" + std::string(operation) + ".\n");
+            logLine(LogImpl::logLevelError, "Error obtaining exclusive lock in ", "onuQos::", operation,
+                    ".\n");
         }
     }
 

@@ -3,6 +3,7 @@
 #include "BLLManager.h"
 #include "Features.h"
 #include "Ports.h"
+#include "entity/features.h"
 #include "entity/log.h"
 #include "entity/onuQosClassInterface.h"
 #include "flow/rules.h"
@@ -72,7 +73,7 @@ void onuQos::getDependencies(std::list<std::string>& names) {
 }
 
 bool onuQos::getOltPortBw() const {
-    return isActive(15) || isActive(13);
+    return isActive(kTenGFeature) || isActive(kHighRateFeature);
 }
 
 void onuQos::getOnuQosPortRanges(onuQosRanges_t& ranges) const {
@@ -111,6 +112,7 @@ const onuQosClassInterface* onuQosClassInterfaceGet() {
         .onuQosServiceRemove = &onuQos::onuQosServiceRemove,
         .flowIdToServiceName = &onuQos::flowIdToServiceName,
         .onuQosOltPortDistanceChangedEventHandler = &onuQos::onuQosOltPortDistanceChangedEventHandler,
+        .tContProfileConsApplyStateGet = &onuQos::tContProfileConsApplyStateGet,
         .onuQosTablesGet = &onuQos::onuQosTablesGet,
         .tContProfileCreate = &onuQos::tContProfileCreate,
         .tContProfileDelete = &onuQos::tContProfileDelete,

@@ -33,7 +33,9 @@ struct At;
 struct TContRate;
 struct FlowActionField;
 
-/// The ranges and steps of the rates that the module accepts, kbit/s.
+/// The ranges and steps of rates that the module reports to clients, kbit/s. For flow profiles they are the
+/// ones it holds them to; a T-CONT rate is held to the default of its type as least value, and rounded by
+/// `onuQosRoundRateTcont`.
 struct onuQosRanges_t {
     std::uint32_t guarRateUsMin, guarRateUsMax;
     std::uint32_t peakRateUsMin, peakRateUsMax;
@@ -48,11 +50,13 @@ struct onuQosRanges_t {
 /// admission control of the PON ports.
 ///
 /// There is one object, `singleton<onuQos>::instance()`; loading the library makes it and registers it with
-/// the platform's manager. Operations may be called from any thread. Unless said otherwise an operation holds
-/// the platform lock for its whole run, exclusive where it writes and shared where it reads, and answers
-/// `onuQosResError` (bool operations: false) with a log line when it does not obtain it. The lock is
-/// re-entrant, so callers may hold it. Every write first checks everything here, then asks the platform, and
-/// changes a table only when the platform accepted. Outputs are written only on success. Rates are in kbit/s.
+/// the platform's manager. Operations may be called from any thread once `start` has returned; `start` and
+/// `stop` belong to the manager's thread. Unless said otherwise an operation holds the platform lock for its
+/// whole run, exclusive where it writes and shared where it reads, and answers `onuQosResError` (bool
+/// operations: false) with a log line when it does not obtain it. The lock is re-entrant, so callers may hold
+/// it: the exclusive one for an operation that writes. Every write first checks everything here, then asks
+/// the platform, and changes a table only when the platform accepted. Outputs are written only on success.
+/// Rates are in kbit/s.
 class [[gnu::visibility("default")]] onuQos : public BLEntity, public singleton<onuQos> {
 public:
     /// Results of all table operations.
@@ -86,7 +90,8 @@ public:
     void saveConfiguration(boost::shared_ptr<Storage::Setting> setting) const override;
 
     /// Starts the RPC proxy, subscribes to the platform's events, and makes the records of every port and ONU
-    /// that exists. False at the first failure; what was done until then stays. Takes no lock of its own.
+    /// that exists. False at the first failure; what was done until then stays. Takes no lock of its own, and
+    /// fills tables that are read without one: requests may be served only once it has returned.
     bool start() override;
 
     /// Empties profiles, bindings and accounting under the exclusive lock, clears the hardware layer and the
@@ -158,7 +163,8 @@ public:
     /// rates above 25600.
     unsigned int onuQosRoundRateTcont(unsigned int rate, onuTContProfileRateType type) const;
 
-    // T-CONT profile store (tcont/store.cpp). An empty name is `onuQosResError`, an unknown one NotFound.
+    // T-CONT profile store (tcont/store.cpp). An unknown name is NotFound, and so is the empty one to rename;
+    // elsewhere an empty name is `onuQosResError`.
 
     /// Creates the default profile. Exists; BadName; TableFull; Error when the platform refuses.
     onuQosRes tContProfileCreate(const std::string& name);
@@ -179,33 +185,39 @@ public:
     /// Whether the profile's set of applied interfaces holds any; an unknown profile writes a log line.
     bool profileIsAppliedTCont(const std::string& name) const;
     bool profileAppliedIntfGetTCont(const std::string& name, std::set<std::uint32_t>& intfs) const;
-    /// Fills all but the SR-DBA values; Error for a type outside 1 to 5.
+    /// Fills all but the SR-DBA values; Error for a type outside 1 to 5, with name and id written even then.
     onuQosRes tContProfileToOMApi(const tContProfileInfo& info, onuQosOMApi::onuQosOMApiTContProfileInfo& om)
         const;
 
     // T-CONT profile attributes (tcont/setters.cpp). All: Error (empty name, platform), NotFound, Applied.
     // A value that the profile already has is Ok without asking the platform, but for weight and priority.
 
-    /// 1 to 6, and 0 for the default, 1; else OutOfRange.
+    /// 1 to `kTContIdMax`, and 0 for the default, 1; else OutOfRange.
     onuQosRes tContProfileIdSet(const std::string& name, unsigned int id);
     /// 1 to 5, and 0 for the default, 5; else Error. Resets the rates to those of the new type.
     onuQosRes tContProfileTypeSet(const std::string& name, onuTContProfileType type);
-    /// `rate` is rounded up to the class's step; 0xFFFFFFFF restores the type's default. OutOfRange when the
-    /// type does not carry the rate; RateError outside the rate's range or the type's rule. Rates that follow
-    /// the set one for the type change with it.
+    /// From the type's default to `TCONT_PROFILE_RATE_MAX`, so 0 only where the default is 0; rounded up to
+    /// the class's step. 0xFFFFFFFF restores the default. OutOfRange when the type does not carry the rate;
+    /// RateError outside the range or against the type's rule. Rates that follow the set one for the type
+    /// change with it.
     onuQosRes tContProfileFixedRateSet(const std::string& name, unsigned int rate);
     onuQosRes tContProfileAssuredRateSet(const std::string& name, unsigned int rate);
     onuQosRes tContProfileMaximumRateSet(const std::string& name, unsigned int rate);
     /// 1 or 2; else, and for type 1, OutOfRange.
     onuQosRes tContProfileAllocTypeSet(const std::string& name, onuTContProfileDbaCtrlMode mode);
+    /// Any value; the platform decides. OutOfRange for a type that does not exist.
     onuQosRes tContProfileSrdbaWeightSet(const std::string& name, unsigned int weight);
     onuQosRes tContProfileSrdbaPrioritySet(const std::string& name, unsigned int priority);
 
     // T-CONT create-and-set and copy (tcont/createAndSet.cpp)
 
-    /// Brings a profile, new or not, to the id, type and rates of `info` that `mask` selects. Checks the
-    /// whole wanted state first. A profile made by the call is deleted again when a later step is refused; a
-    /// profile that existed keeps the steps done.
+    /// Brings a profile, new or not, to the id, type and rates of `info` that `mask` selects; SR-DBA bits are
+    /// ignored. Rates not selected stay, or take the defaults of a new type. The whole wanted state is
+    /// checked first. A profile made by the call is deleted again when a later step is refused; a profile
+    /// that existed keeps the steps done. OutOfRange; RateError when the wanted rates break the type's rule,
+    /// or when a step on the way does: rates are written one at a time, so a valid state can still be out of
+    /// reach (a small assured rate beside a fixed one, or fixed and assured trading places). Applied; Error
+    /// for no such type; and the results of create.
     onuQosRes tContProfileCreateAndSet(const std::string& name, const tContProfileInfo& info,
                                        unsigned int mask);
     /// Makes a new profile with the id, type and rates of an existing one; SR-DBA values are not copied.
@@ -399,7 +411,8 @@ public:
     bool onuFlowProfileActionTypeSet(rpcOnuFlowProfileActionType rpcType, onuFlowProfileActionType & type)
         const;
 
-    /// Rates of the bandwidth class, kbit/s; set once by the constructor.
+    /// Rates of the bandwidth class, kbit/s; set once by the constructor. Granularity and least rate of a
+    /// T-CONT are only reported (`onuQosRanges_t`).
     static std::uint32_t TCONT_RATE_GRANULARITY;
     static std::uint32_t TCONT_PROFILE_RATE_MIN;
     static std::uint32_t TCONT_PROFILE_RATE_MAX;
@@ -415,9 +428,13 @@ private:
 
     using ServiceBindings = std::map<std::string, onuQosServiceIntfInfo>;
 
+    onuTContProfileRates tContProfileRatesOf(onuTContProfileType type) const;  // no lock
+
+    /// Whether a configuration apply is in progress. No lock.
+    static bool configurationApplying();
+
     // The caller of these holds the platform lock.
 
-    onuTContProfileRates tContProfileRatesOf(onuTContProfileType type) const;
     template <typename Change>
     onuQosRes tContProfileChange(const char* operation, const std::string& name,
                                  onuQosOMApi::onuQosOMApiTContParm parm, Change change);
@@ -466,13 +483,17 @@ private:
                                 servprofile::onuTermPointType termPointType, short termPointId);
     onuQosRes onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                     const onuQosServiceIntfInfo& binding);
-    /// Adds a T-CONT profile, and the ONU with its first binding, to the port's sums or takes them off.
-    onuQosRes onuQosBindingAccount(const char* operation, unsigned int onuIntf,
-                                   const std::string& tContProfileName, bool add, bool onuToo,
-                                   bool updateState);
+    /// The hardware layer's handle of an ONU; Error with a line that names the service.
+    static onuQosRes onuHandleGet(At at, unsigned int onuIntf, const std::string& serviceName,
+                                  zqOMApiInterface_s& handle);
 
-    /// Whether a configuration apply is in progress.
-    static bool configurationApplying();
+    struct AccountChange {
+        bool add;       ///< to the port's sums; else taken off them
+        bool onuToo;    ///< the binding is the first or the last of its ONU
+        bool stateToo;  ///< the port's state and alarm follow
+    };
+    onuQosRes onuQosBindingAccount(const char* operation, unsigned int onuIntf,
+                                   const std::string& tContProfileName, const AccountChange& change);
 
     /// `onuFlowProfileMap` and `tContProfileMap`: at most 256 profiles each.
     std::map<std::string, onuFlowProfileInfo> onuFlowProfileMap;
@@ -483,12 +504,13 @@ private:
     std::map<std::uint32_t, onuQosOltCacInfo> onuQosOltCacMap;
     std::map<std::uint32_t, onuQosOnuCacInfo> onuQosOnuCacMap;
     std::map<std::uint32_t, bool> onuQosOltCacAlarmMap;  ///< whether the port's alarm is raised
-    RPCProxy rpcProxy;
-    mutable onuQosOMApi OMApi;
 
     // What is asked often of the tables above, kept beside them.
     BoundProfiles boundProfiles_;            ///< how many bindings name each profile
     mutable ConfiguredOnus configuredOnus_;  ///< the configured ONUs of each port
+
+    RPCProxy rpcProxy;
+    onuQosOMApi OMApi;
 };
 
 /// All tables of the module at one moment.

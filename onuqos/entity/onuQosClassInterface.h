@@ -11,6 +11,7 @@ struct onuQosClassInterface {
     decltype(&onuQos::onuQosServiceRemove) onuQosServiceRemove;
     decltype(&onuQos::flowIdToServiceName) flowIdToServiceName;
     decltype(&onuQos::onuQosOltPortDistanceChangedEventHandler) onuQosOltPortDistanceChangedEventHandler;
+    decltype(&onuQos::tContProfileConsApplyStateGet) tContProfileConsApplyStateGet;
     decltype(&onuQos::onuQosTablesGet) onuQosTablesGet;
 
     decltype(&onuQos::tContProfileCreate) tContProfileCreate;

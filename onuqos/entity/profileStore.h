@@ -37,11 +37,12 @@ inline Res refuse(At at, const char* text, const std::string& profile, Res res) 
     return res;
 }
 
-/// `convert(om, info)` makes the platform's record; `push(om)` is the platform call.
-template <typename Om, typename Info, typename Convert, typename Push>
-Res create(const StoreOperation& operation, Table<Info>& table, Info info, Convert convert, Push push) {
+/// `setDefaults(info)` fills the new record, `convert(info, om)` makes the platform's of it, `push(om)` is
+/// the platform call.
+template <typename Om, typename Info, typename SetDefaults, typename Convert, typename Push>
+Res create(const StoreOperation& operation, Table<Info>& table, const std::string& name,
+           SetDefaults setDefaults, Convert convert, Push push) {
     const WriteLock lock(operation.name);
-    const std::string& name = info.name;
     if (!lock) {
         return onuQos::onuQosResError;
     }
@@ -57,6 +58,9 @@ Res create(const StoreOperation& operation, Table<Info>& table, Info info, Conve
     if (table.size() >= kProfileCountMax) {
         return refuse(operation.name, operation.tableFull, name, onuQos::onuQosResTableFull);
     }
+    Info info;
+    info.name = name;
+    setDefaults(info);
     Om om;
     if (convert(info, om) != onuQos::onuQosResOk) {
         return refuse(operation.name, operation.notConverted, name, onuQos::onuQosResError);
@@ -66,7 +70,7 @@ Res create(const StoreOperation& operation, Table<Info>& table, Info info, Conve
         return refuse(operation.name, operation.refused, name, onuQos::onuQosResError);
     }
 
-    table.emplace(info.name, std::move(info));
+    table.emplace(name, std::move(info));
     return onuQos::onuQosResOk;
 }
 

@@ -28,13 +28,13 @@ constexpr StoreOperation kRename{
 }  // namespace
 
 onuQos::onuQosRes onuQos::onuFlowProfileCreate(const std::string& name) {
-    onuFlowProfileInfo info;
-    info.name = name;
-    onuFlowProfileRuleDefaultSet(info.rule);
-    onuFlowProfileActionDefaultSet(info.action);
     using Om = onuQosOMApi::onuQosOMApiFlowProfileInfo;
     return profileStore::create<Om>(
-        kCreate, onuFlowProfileMap, std::move(info),
+        kCreate, onuFlowProfileMap, name,
+        [this](onuFlowProfileInfo& info) {
+            onuFlowProfileRuleDefaultSet(info.rule);
+            onuFlowProfileActionDefaultSet(info.action);
+        },
         [this](const onuFlowProfileInfo& profile, Om& om) { return onuFlowProfileToOMApi(profile, om); },
         [this](const Om& om) { return OMApi.onuFlowProfileCreate(om); });
 }

@@ -71,9 +71,9 @@ onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::st
     bindings.emplace(serviceName, wanted);
     boundProfiles_.add(wanted);
     if (needs.accounting) {
-        const bool firstOnOnu = bindings.size() == 1;
-        const onuQosRes res = onuQosBindingAccount(kOperation, onuIntf, tContProfileName, true, firstOnOnu,
-                                                   !configurationApplying());
+        const onuQosRes res = onuQosBindingAccount(
+            kOperation, onuIntf, tContProfileName,
+            {.add = true, .onuToo = bindings.size() == 1, .stateToo = !configurationApplying()});
         if (res != onuQosResOk) {
             return res;
         }
@@ -127,10 +127,8 @@ onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::str
         return onuQosResError;
     }
     zqOMApiInterface_s handle;
-    if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
-        logError(kOperation, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResError;
+    if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
+        return res;
     }
     std::string bindingName;
     onuQosOMApiServiceNameGen(binding.onuFlowProfileName, binding.tContProfileName, bindingName);
@@ -145,14 +143,24 @@ onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::str
     return onuQosResOk;
 }
 
+onuQos::onuQosRes onuQos::onuHandleGet(At at, unsigned int onuIntf, const std::string& serviceName,
+                                       zqOMApiInterface_s& handle) {
+    if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
+        logError(at, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", onuIntf,
+                 ", profile: ", serviceName);
+        return onuQosResError;
+    }
+    return onuQosResOk;
+}
+
 onuQos::onuQosRes onuQos::onuQosBindingAccount(const char* operation, unsigned int onuIntf,
-                                               const std::string& tContProfileName, bool add, bool onuToo,
-                                               bool updateState) {
-    if (onuQosCalcAllocRatesOnTContChange(onuIntf, tContProfileName, add) != onuQosResOk) {
+                                               const std::string& tContProfileName,
+                                               const AccountChange& change) {
+    if (onuQosCalcAllocRatesOnTContChange(onuIntf, tContProfileName, change.add) != onuQosResOk) {
         logError(operation, "ONUQOS ERROR - onuQosCalcAllocRatesOnTContChange() failed for intf: ", onuIntf);
         return onuQosResError;
     }
-    if (onuToo && onuQosCalcAllocRatesOnOnuChange(onuIntf, add) != onuQosResOk) {
+    if (change.onuToo && onuQosCalcAllocRatesOnOnuChange(onuIntf, change.add) != onuQosResOk) {
         logError(operation,
                  "ONUQOS ERROR - onuQosCalcAllocRatesOnOnuChange() failed for ONU intf: ", onuIntf);
         return onuQosResError;
@@ -161,7 +169,7 @@ onuQos::onuQosRes onuQos::onuQosBindingAccount(const char* operation, unsigned i
     if (onuParentGet(operation, onuIntf, port) != onuQosResOk) {
         return onuQosResError;
     }
-    if (updateState && onuQosOltCacStateUpdate(port) != onuQosResOk) {
+    if (change.stateToo && onuQosOltCacStateUpdate(port) != onuQosResOk) {
         logError(operation, "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", port);
         return onuQosResError;
     }

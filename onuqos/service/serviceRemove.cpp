@@ -42,8 +42,9 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
     bindings.erase(found);
     boundProfiles_.remove(binding);
     if (needs.accounting) {
-        const onuQosRes res = onuQosBindingAccount(kOperation, onuIntf, binding.tContProfileName, false,
-                                                   bindings.empty(), true);
+        const onuQosRes res =
+            onuQosBindingAccount(kOperation, onuIntf, binding.tContProfileName,
+                                 {.add = false, .onuToo = bindings.empty(), .stateToo = true});
         if (res != onuQosResOk) {
             return res;
         }
@@ -63,10 +64,8 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
 onuQos::onuQosRes onuQos::onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                                 const onuQosServiceIntfInfo& binding) {
     zqOMApiInterface_s handle;
-    if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
-        logError(kOperation, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResError;
+    if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
+        return res;
     }
     std::string bindingName;
     onuQosOMApiServiceNameGen(binding.onuFlowProfileName, binding.tContProfileName, bindingName);

@@ -9,17 +9,16 @@
 namespace {
 
 constexpr const char* kOperation = "tContProfileCreateAndSet";
-constexpr unsigned int kIdMax = 6;
 
-/// The orders in which rates are written, so that each step on the way keeps the rules of the type.
+/// The orders in which rates are written. They suit a rise or a fall of the whole, not every exchange between
+/// fixed and assured: each step has to keep the rules of the type.
 constexpr std::array kMaximumAssuredFixed{&kTContMaximumRate, &kTContAssuredRate, &kTContFixedRate};
 constexpr std::array kMaximumAssured{&kTContMaximumRate, &kTContAssuredRate};
 constexpr std::array kAssuredMaximum{&kTContAssuredRate, &kTContMaximumRate};
 constexpr std::array kFixedAssuredMaximum{&kTContFixedRate, &kTContAssuredRate, &kTContMaximumRate};
 constexpr std::array kMaximumFixedAssured{&kTContMaximumRate, &kTContFixedRate, &kTContAssuredRate};
 
-/// Which order suits a profile that is to become `wanted`. A lower maximum comes last, a higher one first;
-/// a new profile, and a type without a rule, need no care.
+/// Which order suits a profile that is to become `wanted`. A lower maximum comes last, a higher one first.
 std::span<const TContRate* const> writeOrder(bool existed, const tContProfileInfo& stored,
                                              const tContProfileInfo& wanted) {
     if (existed && wanted.tContType == tContType3) {
@@ -74,7 +73,7 @@ onuQos::onuQosRes onuQos::tContProfileWantedGet(const tContProfileInfo* stored, 
     tContProfileDefaultSet(wanted);
 
     if ((mask & tContParmId) != 0) {
-        if (info.tContId > kIdMax) {
+        if (info.tContId > kTContIdMax) {
             logError(kOperation,
                      "ONUQOS ERROR - tContProfileCreateAndSet: tcontId domain error: ", info.tContId);
             return onuQosResOutOfRange;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "entity/onuQos.h"
 
@@ -11,7 +12,7 @@ struct TContRate {
     bool onuTContProfileRates::*configurable;
     std::uint32_t onuTContProfileRates::*least;  ///< the default and least non-zero value, kbit/s
     std::uint32_t tContProfileInfo::*rate;
-    onuTContProfileType soleCarrier;  ///< the type that carries this rate only: its maximum follows
+    std::optional<onuTContProfileType> leadsIn;  ///< the type whose maximum is this rate and whose other is 0
 
     onuQos::onuQosRes (onuQos::*set)(const std::string&, unsigned int);
     const char* operation;  ///< of the setter, as in the log
@@ -28,7 +29,7 @@ constexpr TContRate kTContFixedRate{
     .configurable = &onuTContProfileRates::fixedRateConfigurable,
     .least = &onuTContProfileRates::fixedRateDefault,
     .rate = &tContProfileInfo::fixedRate,
-    .soleCarrier = tContType1,
+    .leadsIn = tContType1,
     .set = &onuQos::tContProfileFixedRateSet,
     .operation = "tContProfileFixedRateSet",
     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: fixedRate domain error: ",
@@ -41,7 +42,7 @@ constexpr TContRate kTContAssuredRate{
     .configurable = &onuTContProfileRates::assuredRateConfigurable,
     .least = &onuTContProfileRates::assuredRateDefault,
     .rate = &tContProfileInfo::assuredRate,
-    .soleCarrier = tContType2,
+    .leadsIn = tContType2,
     .set = &onuQos::tContProfileAssuredRateSet,
     .operation = "tContProfileAssuredRateSet",
     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: assuredRate domain error: ",
@@ -54,7 +55,7 @@ constexpr TContRate kTContMaximumRate{
     .configurable = &onuTContProfileRates::maximumRateConfigurable,
     .least = &onuTContProfileRates::maximumRateDefault,
     .rate = &tContProfileInfo::maximumRate,
-    .soleCarrier = tContTypeDefault,  // none: nothing follows the maximum
+    .leadsIn = std::nullopt,
     .set = &onuQos::tContProfileMaximumRateSet,
     .operation = "tContProfileMaximumRateSet",
     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: maximumRate domain error: ",

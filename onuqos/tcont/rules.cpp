@@ -1,6 +1,7 @@
 #include "tcont/rules.h"
 
 #include "Features.h"
+#include "entity/features.h"
 #include "entity/onuQos.h"
 #include "tcont/rates.h"
 
@@ -23,13 +24,13 @@ Row rowOf(const std::map<onuTContProfileType, Row>& table, onuTContProfileType t
 
 void onuQos::onuTContProfileRatesSet() {
     for (const auto& [type, rates] : kTContRateRules) {
-        onuTContProfileRatesMap[type] = rates;
+        onuTContProfileRatesMap.emplace(type, rates);
     }
 }
 
 void onuQos::onuTContProfileSrDbaConfSet() {
     for (const auto& [type, srdba] : kTContSrdbaRules) {
-        onuTContProfileSrdbaMap[type] = srdba;
+        onuTContProfileSrdbaMap.emplace(type, srdba);
     }
 }
 
@@ -64,7 +65,7 @@ bool onuQos::tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContP
 onuQos::onuQosRes onuQos::tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo& info) const {
     const auto rates = tContProfileRatesOf(type);
     const auto srdba = rowOf(onuTContProfileSrdbaMap, type);
-    info.tContId = 1;
+    info.tContId = kTContIdDefault;
     info.tContType = tContType5;  // whatever was asked: the mask tells other types by it
     info.fixedRate = rates.fixedRateDefault;
     info.assuredRate = rates.assuredRateDefault;
@@ -106,6 +107,6 @@ onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, 
 }
 
 unsigned int onuQos::onuQosRoundRateTcont(unsigned int rate, onuTContProfileRateType type) const {
-    const bool highRate = isActive(13) || isActive(15);
+    const bool highRate = isActive(kHighRateFeature) || isActive(kTenGFeature);
     return roundUp(rate, tContRateStep(highRate, type, rate));
 }

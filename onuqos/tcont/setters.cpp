@@ -38,15 +38,13 @@ onuQos::onuQosRes onuQos::tContProfileChange(const char* operation, const std::s
 }
 
 onuQos::onuQosRes onuQos::tContProfileIdSet(const std::string& name, unsigned int id) {
-    constexpr unsigned int kIdDefault = 1;
-    constexpr unsigned int kIdMax = 6;
     return tContProfileChange(
         "tContProfileIdSet", name, onuQosOMApi::onuQosOMApiTContParmId,
-        [id = id == 0 ? kIdDefault : id](auto& wanted, auto& om) -> std::optional<onuQosRes> {
+        [id = id == 0 ? kTContIdDefault : id](auto& wanted, auto& om) -> std::optional<onuQosRes> {
             if (id == wanted.tContId) {
                 return onuQosResOk;
             }
-            if (id > kIdMax) {
+            if (id > kTContIdMax) {
                 return onuQosResOutOfRange;
             }
             om.tContId = wanted.tContId = id;
@@ -88,17 +86,17 @@ onuQos::onuQosRes onuQos::tContProfileRateSet(const std::string& name, unsigned 
                                       value = least;
                                   } else if (rate < least || rate > TCONT_PROFILE_RATE_MAX) {
                                       return onuQosResRateError;  // 0 passes only where the default is 0
-                                  } else {
+                                  } else if (rate != 0) {
                                       value = onuQosRoundRateTcont(rate, row.type);
                                   }
                                   if (value == wanted.*row.rate) {
                                       return onuQosResOk;
                                   }
-                                  wanted.*row.rate = value;
-                                  if (wanted.tContType == row.soleCarrier) {
+                                  if (wanted.tContType == row.leadsIn) {
                                       wanted.fixedRate = wanted.assuredRate = 0;
-                                      wanted.*row.rate = wanted.maximumRate = value;
+                                      wanted.maximumRate = value;
                                   }
+                                  wanted.*row.rate = value;
                                   if (!tContRatesAgree(wanted)) {
                                       return onuQosResRateError;
                                   }

@@ -15,12 +15,9 @@ constexpr StoreOperation kRename{.name = "tContProfileRename"};
 }  // namespace
 
 onuQos::onuQosRes onuQos::tContProfileCreate(const std::string& name) {
-    tContProfileInfo info;
-    info.name = name;
-    tContProfileDefaultSet(info);
     using Om = onuQosOMApi::onuQosOMApiTContProfileInfo;
     return profileStore::create<Om>(
-        kCreate, tContProfileMap, std::move(info),
+        kCreate, tContProfileMap, name, [this](tContProfileInfo& info) { tContProfileDefaultSet(info); },
         [this](const tContProfileInfo& profile, Om& om) { return tContProfileToOMApi(profile, om); },
         [this](const Om& om) { return OMApi.onuTContProfileCreate(om); });
 }

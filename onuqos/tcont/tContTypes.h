@@ -4,6 +4,9 @@
 #include <set>
 #include <string>
 
+inline constexpr std::uint32_t kTContIdDefault = 1;
+inline constexpr std::uint32_t kTContIdMax = 6;
+
 /// The T-CONT types (ITU-T G.984.3).
 enum onuTContProfileType : std::int32_t {
     tContTypeDefault = 0,  ///< stands for type 5 where a type is set; never stored
@@ -52,8 +55,8 @@ struct onuTContProfileSrdba {
 
 /// A T-CONT profile. Rates in kbit/s.
 struct tContProfileInfo {
-    std::string name;  ///< equals the key of the record
-    std::uint32_t tContId = 0;
+    std::string name;           ///< equals the key of the record
+    std::uint32_t tContId = 0;  ///< 1 to `kTContIdMax`
     onuTContProfileType tContType{};
     std::uint32_t fixedRate = 0;
     std::uint32_t assuredRate = 0;

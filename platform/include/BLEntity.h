@@ -6,7 +6,8 @@
 #include "Storage.h"
 
 /// A business-logic entity: a part of the management software that `BLLManager` starts and stops in
-/// dependency order. The manager calls every operation on its own thread, without holding a lock.
+/// dependency order. The manager calls every operation without holding a lock: `start` and `stop` on one
+/// thread, `applyDefaultSettings` on any.
 class [[gnu::visibility("default")]] BLEntity : public Storage::StorageItem {
 public:
     /// Brings the entity into service; true on success. A failed start is not undone by the entity.

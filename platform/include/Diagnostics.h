@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// Alarm reporting.
+/// Alarm reporting. May be called from any thread, with or without the business-logic lock.
 class [[gnu::visibility("default")]] Diagnostics {
 public:
     enum alarmAction : int { Report = 0, Retreat = 1 };

@@ -11,7 +11,9 @@ enum logLevel_t : int { logLevelError = 1, logLevelTrace = 3 };
 
 }  // namespace LogImpl
 
-/// The log. A line is built by its thread: the level first, then pieces, the last of which ends in "\n".
+/// The log. A line is built by its thread: the level first, then pieces, the last of which is a literal that
+/// ends in "\n". Pieces of type `std::string` are data, such as names that clients chose: control characters
+/// in them neither end the line nor reach the reader.
 /// Lines of several threads never mix. May be called from any thread, with or without the business-logic
 /// lock.
 class [[gnu::visibility("default")]] Log : public singleton<Log> {

@@ -14,7 +14,8 @@ struct rpcOltPort {
     std::uint32_t maxDistance = 0;
 };
 
-/// One PON port of the OLT. Both questions return 0 on success.
+/// One PON port of the OLT. Both questions return 0 on success. May be called from any thread, with or
+/// without the business-logic lock, and so may the operations of `OLTmanager` and `Ports::getGponImpl`.
 class [[gnu::visibility("default")]] OltPort {
 public:
     /// What the port's dynamic bandwidth allocation has free upstream, bytes per second.

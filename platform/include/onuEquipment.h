@@ -19,7 +19,7 @@ public:
 private:
     friend class singleton<onuEquipment>;
     onuEquipment();
-    ~onuEquipment();
+    ~onuEquipment() = default;
 };
 
 extern template class singleton<onuEquipment>;

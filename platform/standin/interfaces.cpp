@@ -223,7 +223,6 @@ void Interfaces::getDependencies(std::list<std::string>& names) {
 template class singleton<onuEquipment>;
 
 onuEquipment::onuEquipment() = default;
-onuEquipment::~onuEquipment() = default;
 
 onuEquipment::onuConfigNotification_t& onuEquipment::onuConfigEvent() {
     return lasting<onuConfigNotification_t>();

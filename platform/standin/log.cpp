@@ -74,6 +74,22 @@ Composed& composedLine() {
     return *composed;
 }
 
+/// With every control character as \xHH.
+std::string escaped(const std::string& data) {
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(data.size());
+    for (const char c : data) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte != 0x7F) {
+            text += c;
+        } else {
+            text += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+        }
+    }
+    return text;
+}
+
 void append(std::string_view piece) {
     Composed& current = composedLine();
     if (current.shown) {
@@ -176,7 +192,7 @@ void Log::write(const char* piece) {
 }
 
 void Log::write(const std::string& piece) {
-    standin::append(piece);
+    standin::append(standin::escaped(piece));
 }
 
 void Log::write(int number) {

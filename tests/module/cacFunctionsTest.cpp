@@ -112,21 +112,41 @@ TEST(CacFunctions, verdictsNameTheLimitAndWhatIsMissing) {
     EXPECT_EQ(cac::remaining(100, 0x100000000ULL), 0U);
 }
 
-TEST(ConfiguredOnus, anEventThatComesWhileThePlatformIsAskedCounts) {
+TEST(ConfiguredOnus, asksAnewAfterAnEventAndForTheOnuThatDecides) {
     ConfiguredOnus onus;
     onus.add(1);
     onus.add(2);
+    onus.add(3);
     onus.setConfigured(1, true);
-    int asked = 0;
-    const auto parentOf = [&](std::uint32_t onu) -> std::optional<std::uint32_t> {
-        if (++asked == 1) {
-            onus.forgetParent(onu);  // moves from port 7 to port 8 behind the answer
-            return 7;
-        }
-        return 8;
+    std::vector<std::uint32_t> asked;
+    std::optional<std::uint32_t> parent = 7;
+    const auto find = [&](std::uint32_t port, bool eventMeanwhile = false) {
+        asked.clear();
+        return onus.otherOnPort(port, 2, [&](std::uint32_t onu) {
+            asked.push_back(onu);
+            if (eventMeanwhile) {
+                onus.forgetParent(onu);
+            }
+            return parent;
+        });
     };
-    EXPECT_TRUE(onus.otherOnPort(8, 2, parentOf).found);
-    EXPECT_EQ(asked, 2);
-    EXPECT_FALSE(onus.otherOnPort(7, 2, parentOf).found);
-    EXPECT_EQ(asked, 2);
+    using Asked = std::vector<std::uint32_t>;
+    EXPECT_FALSE(find(8, true).found);
+    EXPECT_EQ(asked, (Asked{1, 3})) << "all but the one that asks";
+    parent = 8;
+    EXPECT_TRUE(find(8).found);
+    EXPECT_EQ(asked, Asked{1}) << "an answer from before the event is forgotten";
+    EXPECT_FALSE(find(7).found);
+    EXPECT_EQ(asked, Asked{3}) << "1 is known to be elsewhere";
+    EXPECT_FALSE(find(7).found);
+    EXPECT_EQ(asked, Asked{});
+
+    parent = std::nullopt;
+    const auto answer = find(8);
+    EXPECT_FALSE(answer.found);
+    EXPECT_EQ(answer.unanswered, 1U);
+    parent = 7;
+    EXPECT_FALSE(find(8).found) << "it moved, and no event told";
+    EXPECT_TRUE(find(7).found);
+    EXPECT_EQ(asked, Asked{1});
 }

@@ -109,8 +109,8 @@ TEST_F(CacTest, eachRefusedCallOfAccountingAndState) {
 TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
     // 103 hangs on something that is no port, ports 1 and 2 are what the fixture made them.
     standin::Inventory platform = inventory();
-    platform.onus[2].parent = 9;
-    platform.others = {{.interface = 9, .type = 5}};
+    platform.onus[2].parent = 90;
+    platform.others = {{.interface = 90, .type = 5}};
     startAgain(platform);
     makeFlow("t");
     makeTCont("t");
@@ -130,7 +130,7 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
     const Ask bandwidth = [&](auto i) { return module_.getOltPortBwIntf(i, bandwidthClass); };
     const Ask cac = [&](auto i) { return module_.onuQosCacOltGet(i, a, b, c, d, violation); };
     const auto noPort = [](const std::string& operation) {
-        return Lines{refusalLine(operation, "onuQosOltCacMap.find() failed for OLT intf: 9")};
+        return Lines{refusalLine(operation, "onuQosOltCacMap.find() failed for OLT intf: 90")};
     };
     const auto cacFails = [](const std::string& intf) {
         return refusalLine("onuQosCacOltGet", "onuQosOltEstAvailRatesGet failed for OLT intf: " + intf);
@@ -138,8 +138,8 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
 
     constexpr int kError = onuQosResError;
     constexpr int kWrong = onuQosResWrongIntf;
-    constexpr int kPort9 = 3;  ///< makes 9 a port, without records
-    constexpr int kOnu2 = 4;   ///< makes 2 an ONU, without records
+    constexpr int kPort90 = 3;  ///< makes 90 a port, without records
+    constexpr int kOnu2 = 4;    ///< makes 2 an ONU, without records
     struct Row {
         Ask ask;
         unsigned int intf;
@@ -172,21 +172,21 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
         {overhead, 103, kError, noPort("onuQosOnuOverheadGet")},
         {estimate, 101, kWrong, {}},
         {estimate, 999, kError, {}},
-        {estimate, 9, kError, noPort("onuQosOltEstAvailRatesGet"), kPort9},
+        {estimate, 90, kError, noPort("onuQosOltEstAvailRatesGet"), kPort90},
         {update, 101, kError, {}},
-        {update, 9, kError, noPort("onuQosOltCacStateUpdate"), kPort9},
+        {update, 90, kError, noPort("onuQosOltCacStateUpdate"), kPort90},
         {alarm, 101, kError, {}},
-        {alarm, 9, kError, {refusalLine("onuQosOltCacAlarm",
-         "onuQosOltCacAlarmMap.find() failed for OLT intf: 9")}, kPort9},
+        {alarm, 90, kError,
+         {refusalLine("onuQosOltCacAlarm", "onuQosOltCacAlarmMap.find() failed for OLT intf: 90")}, kPort90},
         {bandwidth, 101, kError, {}},
         {cac, 101, kError, {cacFails("101")}},
-        {cac, 9, kError, {noPort("onuQosOltEstAvailRatesGet")[0], cacFails("9")}, kPort9},
+        {cac, 90, kError, {noPort("onuQosOltEstAvailRatesGet")[0], cacFails("90")}, kPort90},
         {[&](auto i) {return module_.onuQosPonLinkDistanceGet(i, a, b); }, 101, kError, {}},
         {[&](auto i) {return module_.onuQosOltActualAvailRatesGet(i, a, b); }, 101, kError, {}},
         {[&](auto i) {return module_.onuQosOltIntfCacSpeedGet(i, a, b); }, 101, kError, {}},
         {[&](auto i) {return module_.onuQosCalcAllocRatesOnTContChange(i, "x", true); }, 101,
-         onuQosResNotFound, {refusalLine("onuQosCalcAllocRatesOnTContChange",
-         "tContProfileMap.find() failed for profile: x")}},
+         onuQosResNotFound,
+         {refusalLine("onuQosCalcAllocRatesOnTContChange", "tContProfileMap.find() failed for profile: x")}},
         {[&](auto i) {return module_.onuQosCalcAllocRatesOnTContChange(i, "t", false); }, 101, kError,
          {refusalLine("onuQosCalcAllocRatesOnTContChange",
          "onuQosTContIntfCacInfoMap.find() failed for ONU intf: 101")}},

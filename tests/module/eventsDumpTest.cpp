@@ -77,16 +77,16 @@ TEST_F(EventsTest, whatTheHardwareLayerIsTold) {
         {state(101, 2), "interfaceGetTypeById", {type}, {failed(stateOf, "interfaceGetTypeById", "101")}},
         {state(101, 4), "interfaceGetOMApiInterfaceById", {type, handle,
          "onuStateHandler(0/0/0, 101, true)"}, {failed(stateOf, "interfaceGetOMApiInterfaceById", "101")}},
-        {ready(101, true, false), "", {type, handle, "onuReadyHandler(0/1/1, 101, true)"}, {trace +
-         "101,True)\n"}},
-        {ready(101, false, true), "", {type, handle, "onuReadyHandler(0/1/1, 101, false)"}, {trace +
-         "101,False)\n"}},
+        {ready(101, true, false), "", {type, handle, "onuReadyHandler(0/1/1, 101, true)"},
+         {trace + "101,True)\n"}},
+        {ready(101, false, true), "", {type, handle, "onuReadyHandler(0/1/1, 101, false)"},
+         {trace + "101,False)\n"}},
         {ready(1, true, true), "", {"interfaceGetTypeById(1)"}, {trace + "1,True)\n"}},
-        {ready(101, true, true), "interfaceGetTypeById", {type}, {trace + "101,True)\n", failed(configOf,
-         "interfaceGetTypeById", "101")}},
-        {ready(101, true, true), "interfaceGetOMApiInterfaceById", {type, handle,
-         "onuReadyHandler(0/0/0, 101, true)"}, {trace + "101,True)\n", failed(configOf,
-         "interfaceGetOMApiInterfaceById", "101")}},
+        {ready(101, true, true), "interfaceGetTypeById", {type},
+         {trace + "101,True)\n", failed(configOf, "interfaceGetTypeById", "101")}},
+        {ready(101, true, true), "interfaceGetOMApiInterfaceById",
+         {type, handle, "onuReadyHandler(0/0/0, 101, true)"},
+         {trace + "101,True)\n", failed(configOf, "interfaceGetOMApiInterfaceById", "101")}},
     };
     // clang-format on
     standin::log::setLevel(3);
@@ -128,16 +128,16 @@ TEST_F(EventsTest, recordsAreMadeOnceAndOnlyWhereThePlatformAnswers) {
         {onu, 299, "exclusiveLock", {lockLine("onuQosOnuIntfInit")}},
         {onu, 299, "interfaceGetTypeById", {}},
         {onu, 1, "", {}},
-        {onu, 101, "", {refusalLine("onuQosOnuIntfInit",
-         "onuQosServiceIntfMap.find() failed for intf: 101")}},
-        {onu, 299, "addOnuIntf", {refusalLine("onuQosOnuIntfInit",
-         "OMApi.addOnuIntf() failed for intf: 299")}},
+        {onu, 101, "",
+         {refusalLine("onuQosOnuIntfInit", "onuQosServiceIntfMap.find() failed for intf: 101")}},
+        {onu, 299, "addOnuIntf",
+         {refusalLine("onuQosOnuIntfInit", "OMApi.addOnuIntf() failed for intf: 299")}},
         {port, 17, "exclusiveLock", {lockLine("onuQosOltIntfInit")}},
         {port, 17, "interfaceGetTypeById", {}},
         {port, 101, "", {}},
         {port, 1, "", {refusalLine("onuQosOltIntfInit", "onuQosOltCacMap.find() failed for intf: 1")}},
-        {port, 17, "getOltPort", {refusalLine(available,
-         "getGponImpl()->getOltPort() failed for OLT intf: 17"), notAvailable}},
+        {port, 17, "getOltPort",
+         {refusalLine(available, "getGponImpl()->getOltPort() failed for OLT intf: 17"), notAvailable}},
     };
     // clang-format on
     for (const Row& row : rows) {

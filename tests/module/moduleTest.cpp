@@ -78,7 +78,7 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
     }
     for (const auto& onu : platform.onus) {
         if (!known.onuQosOnuCacMap.contains(onu.interface)) {
-            ASSERT_EQ(module_.onuQosOnuIntfInit(onu.interface), onuQos::onuQosResOk);
+            ASSERT_EQ(module_.onuQosOnuIntfInit(onu.interface), onuQos::onuQosResOk) << onu.interface;
         }
         module_.interfaceStateChange(static_cast<int>(onu.interface), Interfaces::interfaceEvent_t{});
     }

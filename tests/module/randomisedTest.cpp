@@ -393,6 +393,6 @@ TEST_F(RandomisedTest, tablesMirrorAndModelAgreeAfterEveryStep) {
         expectWholeOnus(before.tables, now, answer);
         expectIndexesAgree(now);
     }
-    EXPECT_GT(accepted, kSteps / 3);
+    EXPECT_GT(accepted, kSteps / 4);
     EXPECT_GT(faulted, kSteps / 50);
 }

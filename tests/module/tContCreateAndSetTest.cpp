@@ -49,7 +49,7 @@ const char* const kRefused = "ONUQOS ERROR - tContProfileCreateAndSet: ";
 
 }  // namespace
 
-class CreateAndSet : public ModuleTest {
+class TContCreateAndSet : public ModuleTest {
 protected:
     static std::string pushesOf(const std::function<void()>& change) {
         std::string pushes;
@@ -105,7 +105,7 @@ protected:
 };
 
 // clang-format off
-TEST_F(CreateAndSet, makesNewProfiles) {
+TEST_F(TContCreateAndSet, makesNewProfiles) {
     const std::string highest = std::to_string(kHighest);
     check({
         {{}, {9, 9, 9, 9, 9}, 0, onuQosResOk, "1 5 0/0/256 2 1 0", "create"},
@@ -125,7 +125,7 @@ TEST_F(CreateAndSet, makesNewProfiles) {
     });
 }
 
-TEST_F(CreateAndSet, refusesBeforeAnythingIsDone) {
+TEST_F(TContCreateAndSet, refusesBeforeAnythingIsDone) {
     const auto row = [](Asked asked, unsigned int mask, Res res, const std::string& what) {
         return Row{{}, asked, mask, res, "none", "", what.empty() ? Lines{} : Lines{refused(what)}};
     };
@@ -154,7 +154,7 @@ TEST_F(CreateAndSet, refusesBeforeAnythingIsDone) {
     });
 }
 
-TEST_F(CreateAndSet, takesANewProfileBackWhenASetterRefuses) {
+TEST_F(TContCreateAndSet, takesANewProfileBackWhenASetterRefuses) {
     check({
         {{}, {9, 2, 0, 0, 0}, kType + kAssured, onuQosResRateError, "none", "create type 2 delete",
          {failed("tContProfileAssuredRateSet error: name=gold, rate=0")}},
@@ -165,7 +165,7 @@ TEST_F(CreateAndSet, takesANewProfileBackWhenASetterRefuses) {
     });
 }
 
-TEST_F(CreateAndSet, changesProfilesInAnOrderThatKeepsTheirRules) {
+TEST_F(TContCreateAndSet, changesProfilesInAnOrderThatKeepsTheirRules) {
     const Asked best{1, 5, 0, 0, 256};
     const Asked mixed{2, 5, 256, 256, 1024};
     const Asked assured{1, 3, 0, 256, 512};
@@ -199,7 +199,7 @@ TEST_F(CreateAndSet, changesProfilesInAnOrderThatKeepsTheirRules) {
 }
 // clang-format on
 
-TEST_F(CreateAndSet, namesAreCheckedByTheCreationAndUseFirst) {
+TEST_F(TContCreateAndSet, namesAreCheckedByTheCreationAndUseFirst) {
     const std::string tooLong(65, 'n');
     EXPECT_EQ(module_.tContProfileCreateAndSet(tooLong, {}, 0), onuQosResBadName);
     EXPECT_EQ(module_.tContProfileCreateAndSet("", {}, 0), onuQosResError);
@@ -216,7 +216,7 @@ TEST_F(CreateAndSet, namesAreCheckedByTheCreationAndUseFirst) {
     EXPECT_THAT(logLines(), ElementsAre(refused("T-CONT profile applied error: gold")));
 }
 
-TEST_F(CreateAndSet, copiesIdTypeAndRates) {
+TEST_F(TContCreateAndSet, copiesIdTypeAndRates) {
     makeTCont("source", tContType3, 4);
     makeFlow("hsi");
     ASSERT_EQ(module_.tContProfileMaximumRateSet("source", 640), onuQosResOk);

@@ -1,6 +1,6 @@
 #include "moduleTest.h"
 
-using Rules = ModuleTest;
+using TContRules = ModuleTest;
 
 namespace {
 
@@ -10,7 +10,7 @@ onuTContProfileType typeOf(int number) {
 
 }  // namespace
 
-TEST_F(Rules, theClassFixesTheConstants) {
+TEST_F(TContRules, theClassFixesTheConstants) {
     EXPECT_EQ(module_.getOltPortBw(), kTenG);
     EXPECT_EQ(onuQos::TCONT_RATE_GRANULARITY, kTenG ? 1024U : 64U);
     EXPECT_EQ(onuQos::TCONT_PROFILE_RATE_MIN, kTenG ? 1024U : 256U);
@@ -22,7 +22,7 @@ TEST_F(Rules, theClassFixesTheConstants) {
     EXPECT_EQ(onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX, kTenG ? 9953280U : 1244160U);
 }
 
-TEST_F(Rules, eachTypeHasItsAttributesAndDefaults) {
+TEST_F(TContRules, eachTypeHasItsAttributesAndDefaults) {
     struct Row {
         int type;
         std::string rates, srdba;  // of the three: configurable or not
@@ -71,7 +71,7 @@ TEST_F(Rules, eachTypeHasItsAttributesAndDefaults) {
     EXPECT_EQ(logLines(), std::vector<std::string>{});
 }
 
-TEST_F(Rules, theMaskNamesWhatDiffersAndCanBeConfigured) {
+TEST_F(TContRules, theMaskNamesWhatDiffersAndCanBeConfigured) {
     struct Row {
         unsigned int id;
         int type;
@@ -110,7 +110,7 @@ TEST_F(Rules, theMaskNamesWhatDiffersAndCanBeConfigured) {
     }
 }
 
-TEST_F(Rules, roundsUpToTheStepOfTheClass) {
+TEST_F(TContRules, roundsUpToTheStepOfTheClass) {
     struct Row {
         unsigned int rate;
         onuTContProfileRateType type;
@@ -137,7 +137,7 @@ TEST_F(Rules, roundsUpToTheStepOfTheClass) {
     }
 }
 
-TEST_F(Rules, roundingAsksThePlatformEachTime) {
+TEST_F(TContRules, roundingAsksThePlatformEachTime) {
     const auto questions = traceOf([this] { module_.onuQosRoundRateTcont(1, tContRateFixed); });
     EXPECT_EQ(questions, isActive(13) ? std::vector<std::string>({"isActive(13)"})
                                       : std::vector<std::string>({"isActive(13)", "isActive(15)"}));

@@ -21,7 +21,7 @@ const unsigned int kHighest = kTenG ? 9953280 : 1244160;
 
 }  // namespace
 
-class Setters : public ModuleTest {
+class TContSetters : public ModuleTest {
 protected:
     /// What `change` has the hardware layer take, "name, record, selector".
     std::vector<std::string> pushesOf(const std::function<void()>& change) {
@@ -54,7 +54,7 @@ protected:
     }
 };
 
-TEST_F(Setters, aRateKeepsTheRulesOfItsType) {
+TEST_F(TContSetters, aRateKeepsTheRulesOfItsType) {
     using Setter = Res (onuQos::*)(const std::string&, unsigned int);
     constexpr Setter kFixed = &onuQos::tContProfileFixedRateSet;
     constexpr Setter kAssured = &onuQos::tContProfileAssuredRateSet;
@@ -162,7 +162,7 @@ TEST_F(Setters, aRateKeepsTheRulesOfItsType) {
     }
 }
 
-TEST_F(Setters, theOtherAttributesKeepTheirDomains) {
+TEST_F(TContSetters, theOtherAttributesKeepTheirDomains) {
     const auto id = [this](unsigned int to) { return module_.tContProfileIdSet("gold", to); };
     const auto type = [this](unsigned int to) {
         return module_.tContProfileTypeSet("gold", static_cast<onuTContProfileType>(to));
@@ -225,7 +225,7 @@ TEST_F(Setters, theOtherAttributesKeepTheirDomains) {
     expectMirrorAgrees();
 }
 
-TEST_F(Setters, nameAndUseAreCheckedBeforeTheValue) {
+TEST_F(TContSetters, nameAndUseAreCheckedBeforeTheValue) {
     makeFlow("hsi");
     makeTCont("gold", tContType1);
     ASSERT_EQ(bind(101, "internet", "hsi", "gold", 10), onuQosResOk);

@@ -2,7 +2,7 @@
 
 #include "moduleTest.h"
 
-using Store = ModuleTest;
+using TContStore = ModuleTest;
 using testing::ElementsAre;
 
 namespace {
@@ -12,7 +12,7 @@ const std::string kTooLong(65, 'n');
 
 }  // namespace
 
-TEST_F(Store, aNewProfileHoldsTheDefaults) {
+TEST_F(TContStore, aNewProfileHoldsTheDefaults) {
     EXPECT_THAT(traceOf([this] { EXPECT_EQ(module_.tContProfileCreate("gold"), onuQos::onuQosResOk); }),
                 ElementsAre("onuTContProfileCreate({gold, 1, 5, 0, 0, 256, 0, 0, 0})"));
     tContProfileInfo info;
@@ -31,7 +31,7 @@ TEST_F(Store, aNewProfileHoldsTheDefaults) {
     EXPECT_EQ(logLines(), std::vector<std::string>{});
 }
 
-TEST_F(Store, createChecksNameThenTableThenRoom) {
+TEST_F(TContStore, createChecksNameThenTableThenRoom) {
     EXPECT_EQ(module_.tContProfileCreate(""), onuQos::onuQosResError);
     EXPECT_EQ(module_.tContProfileCreate(kTooLong), onuQos::onuQosResBadName);
     EXPECT_EQ(module_.tContProfileCreate(kLongest), onuQos::onuQosResOk);
@@ -50,7 +50,7 @@ TEST_F(Store, createChecksNameThenTableThenRoom) {
     expectMirrorAgrees();
 }
 
-TEST_F(Store, iteratesInTheOrderOfTheBytes) {
+TEST_F(TContStore, iteratesInTheOrderOfTheBytes) {
     tContProfileInfo info;
     info.name = "untouched";
     EXPECT_EQ(module_.tContProfileFirstGet(info), onuQos::onuQosResNoMore);
@@ -71,7 +71,7 @@ TEST_F(Store, iteratesInTheOrderOfTheBytes) {
     EXPECT_EQ(module_.tContProfileNextGet("\xC3\xA4", info), onuQos::onuQosResNoMore);
 }
 
-TEST_F(Store, namesAreLookedUp) {
+TEST_F(TContStore, namesAreLookedUp) {
     makeTCont("gold");
     tContProfileInfo info;
     EXPECT_EQ(module_.tContProfileGet("", info), onuQos::onuQosResError);
@@ -87,7 +87,7 @@ TEST_F(Store, namesAreLookedUp) {
     EXPECT_EQ(logLines(), std::vector<std::string>{});
 }
 
-TEST_F(Store, aServiceProfileProtectsFromDeletionAndRenaming) {
+TEST_F(TContStore, aServiceProfileProtectsFromDeletionAndRenaming) {
     makeTCont("gold");
     makeTCont("gold2");
     standin::serviceProfiles::add({.name = "internet", .tContProfile = "gold", .flowProfile = "gold2"});
@@ -107,7 +107,7 @@ TEST_F(Store, aServiceProfileProtectsFromDeletionAndRenaming) {
     EXPECT_EQ(logLines(), std::vector<std::string>{});
 }
 
-TEST_F(Store, renamingTestsNeitherName) {
+TEST_F(TContStore, renamingTestsNeitherName) {
     const std::string huge(300, 'x');
     makeTCont("gold", tContType3, 4);
     EXPECT_EQ(module_.tContProfileRename("tin", "gold"), onuQos::onuQosResNotFound);
@@ -134,7 +134,7 @@ TEST_F(Store, renamingTestsNeitherName) {
 
 // Two questions that part ways when a profile is renamed or made again: what bindings name, and what the
 // profile itself remembers.
-TEST_F(Store, whetherAProfileIsAppliedIsAskedInTwoWays) {
+TEST_F(TContStore, whetherAProfileIsAppliedIsAskedInTwoWays) {
     const auto answers = [this](const std::string& name) {
         std::set<std::uint32_t> intfs{9};
         const bool known = module_.profileAppliedIntfGetTCont(name, intfs);
@@ -161,7 +161,7 @@ TEST_F(Store, whetherAProfileIsAppliedIsAskedInTwoWays) {
     EXPECT_EQ(module_.tContProfileDelete("gold"), onuQos::onuQosResOk) << "bindings do not protect it";
 }
 
-TEST_F(Store, aTypeWithoutAPlatformFormIsNotConverted) {
+TEST_F(TContStore, aTypeWithoutAPlatformFormIsNotConverted) {
     for (const int type : {0, 1, 5, 6}) {
         const tContProfileInfo info{.name = "gold",
                                     .tContId = 3,

@@ -266,8 +266,7 @@ TEST(Configuration, ReadsBackWhatItWrites) {
                           .termPoint = {.type = 2, .id = -32768},
                           .flow = 0,
                           .tcont = 0,
-                          .shape = {},
-                          .pushedTermPoint = {}},
+                          .shape = {}},
                          {.interface = 7,
                           .service = "renamed",
                           .flowProfile = "g",
@@ -277,7 +276,8 @@ TEST(Configuration, ReadsBackWhatItWrites) {
                           .flow = 0,
                           .tcont = 1,
                           .shape = atBinding,
-                          .pushedTermPoint = TermPoint{.type = 1, .id = 3}},
+                          .pushedTermPoint = TermPoint{.type = -1, .id = 3},
+                          .pushedTContId = 6},
                          {.interface = 8,
                           .service = "deleted",
                           .flowProfile = "h",
@@ -286,8 +286,7 @@ TEST(Configuration, ReadsBackWhatItWrites) {
                           .termPoint = {},
                           .flow = kDeleted,
                           .tcont = kDeleted,
-                          .shape = atBinding,
-                          .pushedTermPoint = {}}};
+                          .shape = atBinding}};
     document.ports = {{.interface = 1, .fixedAlloc = 0xFFFFFFFF, .assuredAlloc = 5}};
     const std::string text = configurationText(document);
     EXPECT_EQ(readConfiguration(Json::parse(text)), document) << text;

@@ -107,7 +107,8 @@ protected:
             services().remove(anyOf(kOnus), service);
         } else {
             bind(anyOf(kOnus), service, anyName(), anyName(), static_cast<unsigned int>(number(4)),
-                 {.type = static_cast<std::uint32_t>(number(4)), .id = static_cast<std::int16_t>(number(3))});
+                 {.type = static_cast<std::int32_t>(number(5)) - 1,
+                  .id = static_cast<std::int16_t>(number(3))});
         }
     }
 

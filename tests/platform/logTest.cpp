@@ -12,6 +12,8 @@
 #include "platformTest.h"
 #include "standin/error.h"
 
+using namespace std::string_literals;
+
 namespace {
 
 void write(int level, const std::string& text) {
@@ -35,6 +37,13 @@ TEST_F(LogTest, MakesALineOfPieces) {
     EXPECT_TRUE(capture.lines().empty());
     log.write(".\n");
     EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{1, "onuQos.cpp:-3 of 4000000000.\n"}}));
+}
+
+TEST_F(LogTest, DataNeitherEndsALineNorDrawsOnTheTerminal) {
+    const standin::LogCapture capture;
+    write(1, "gold\n2026-01-01 forged\r\x1B[31m\x7F\0\xC3\xA9"s);
+    EXPECT_EQ(capture.text(), "gold\\x0A2026-01-01 forged\\x0D\\x1B[31m\\x7F\\x00\xC3\xA9\n");
+    EXPECT_EQ(capture.lines().size(), 1);
 }
 
 TEST_F(LogTest, ShowsUpToTheLevelAndDropsUnfinishedLines) {

@@ -82,7 +82,6 @@ Interfaces::interfaceEventNotification_t& Interfaces::interfaceEvent() {
 
 template class singleton<onuEquipment>;
 onuEquipment::onuEquipment() = default;
-onuEquipment::~onuEquipment() = default;
 onuEquipment::onuConfigNotification_t& onuEquipment::onuConfigEvent() {
     return theEvent<onuConfigNotification_t>();
 }

@@ -21,7 +21,7 @@ std::string refusal(const std::string& operation, const std::string& text) {
     return errorLine(operation, "ONUQOS ERROR - " + text + " failed for profile: p");
 }
 
-class FlowRuleTest : public ModuleTest {
+class FlowSettersTest : public ModuleTest {
 protected:
     /// Starts again with a profile "p" of this rule and action, the rule not pushed.
     void makeProfile(Rule rule, Action action = {.guarRateUs = 128, .peakRateUs = peakMax()}) {
@@ -41,7 +41,7 @@ protected:
 
 }  // namespace
 
-TEST_F(FlowRuleTest, ruleOperations) {
+TEST_F(FlowSettersTest, ruleOperations) {
     constexpr auto kPcp = onuQos::onuFlowProfileRuleTypeCPcp;
     constexpr auto kVlan = onuQos::onuFlowProfileRuleTypeCVlan;
     constexpr auto kAll = onuQos::onuFlowProfileRuleTypeAll;
@@ -118,7 +118,7 @@ TEST_F(FlowRuleTest, ruleOperations) {
     }
 }
 
-TEST_F(FlowRuleTest, actionOperations) {
+TEST_F(FlowSettersTest, actionOperations) {
     constexpr auto kGuar = onuQos::onuFlowProfileActionTypeGuarRateUs;
     constexpr auto kPeak = onuQos::onuFlowProfileActionTypePeakRateUs;
     constexpr auto kUs = onuQos::onuFlowProfileActionTypeFlowPriorityUs;
@@ -154,19 +154,19 @@ TEST_F(FlowRuleTest, actionOperations) {
         {"guaranteed above the peak", kGuar, kSet, {513, 9999, 0, 0}, onuQosResGuarAbovePeak, was, {}, false,
          Action{576, 9999, 0, 0}},
         {"guaranteed above the peak", kGuar, kSet, {576, 0, 0, 0}, onuQosResOk, {576, 512, 1, 2}, {0}, true},
-        {"guaranteed as it is", kGuar, kSet, {255, 0, 0, 0}, onuQosResOk, was, {}, false, Action{256, 0, 0,
-         0}},
+        {"guaranteed as it is", kGuar, kSet, {255, 0, 0, 0}, onuQosResOk, was, {}, false,
+         Action{256, 0, 0, 0}},
         {"guaranteed back", kGuar, kDelete, {999, 7, 7, 7}, onuQosResOk, {128, 512, 1, 2}, {0}, false,
          Action{128, 7, 7, 7}},
         {"peak at the guaranteed", kPeak, kSet, {0, 256, 0, 0}, onuQosResOk, {256, 256, 1, 2}, {1}},
         {"peak below the guaranteed", kPeak, kSet, {0, 192, 0, 0}, onuQosResGuarAbovePeak, was},
         {"peak below the guaranteed", kPeak, kSet, {0, 192, 0, 0}, onuQosResOk, {256, 192, 1, 2}, {1}, true},
-        {"the domain comes first", kPeak, kSet, {0, 1, 0, 0}, onuQosResOutOfRange, was, {}, false, Action{0,
-         64, 0, 0}},
-        {"peak too high", kPeak, kAdd, {0, max + 1, 0, 0}, onuQosResOutOfRange, was, {}, false, Action{0,
-         max + 64, 0, 0}},
-        {"peak back", kPeak, kNoOperation, {0, 1, 0, 0}, onuQosResOk, {256, max, 1, 2}, {1}, false, Action{0,
-         max, 0, 0}},
+        {"the domain comes first", kPeak, kSet, {0, 1, 0, 0}, onuQosResOutOfRange, was, {}, false,
+         Action{0, 64, 0, 0}},
+        {"peak too high", kPeak, kAdd, {0, max + 1, 0, 0}, onuQosResOutOfRange, was, {}, false,
+         Action{0, max + 64, 0, 0}},
+        {"peak back", kPeak, kNoOperation, {0, 1, 0, 0}, onuQosResOk, {256, max, 1, 2}, {1}, false,
+         Action{0, max, 0, 0}},
         {"priority up", kUs, kSet, {0, 0, 7, 0}, onuQosResOk, {256, 512, 7, 2}, {2}},
         {"priority up too high", kUs, kSet, {0, 0, 8, 0}, onuQosResOutOfRange, was},
         {"priority up as it is", kUs, kAdd, {0, 0, 1, 0}, onuQosResOk, was},
@@ -204,7 +204,7 @@ TEST_F(FlowRuleTest, actionOperations) {
     }
 }
 
-TEST_F(FlowRuleTest, eachRefusedCallOfRuleAndActionSet) {
+TEST_F(FlowSettersTest, eachRefusedCallOfRuleAndActionSet) {
     const auto rule = [this](int type, onuQos::onuFlowProfileOperation operation, Rule given) {
         return [=, this]() mutable {
             return module_.onuFlowProfileRuleSet("p", given, onuQos::onuFlowProfileRuleType{type}, operation);
