@@ -10,12 +10,22 @@ target_compile_definitions(onuqos_build_flags INTERFACE BOOST_ALLOW_DEPRECATED_H
 target_compile_options(onuqos_build_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
 
 # A peer can send any number where the wire has an enumeration, and the RPC library calls XDR routines through one
-# pointer type; neither is an error, so the checks that take them for one stay off.
-set(ONUQOS_NO_SANITIZE -fno-sanitize=enum $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
+# pointer type; neither is an error, so the checks that take them for one stay off. The check of an object's type wants
+# the module's type information in the host, which is not linked to it.
+set(ONUQOS_NO_SANITIZE -fno-sanitize=enum,vptr $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
 if(ONUQOS_SANITIZE)
+    set(CMAKE_C_FLAGS_DEBUG "-O1 -g1")
+    set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
     target_compile_options(onuqos_build_flags INTERFACE
-        -fsanitize=${ONUQOS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all ${ONUQOS_NO_SANITIZE} -O1 -g1)
+        -fsanitize=${ONUQOS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all ${ONUQOS_NO_SANITIZE}
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)  # instrumented code makes GCC see what is not there
     target_link_options(onuqos_build_flags INTERFACE -fsanitize=${ONUQOS_SANITIZE})
+endif()
+if(ONUQOS_FUZZ)
+    # The engine learns from what is instrumented; only the fuzzers are linked with it.
+    target_compile_options(onuqos_build_flags INTERFACE
+        -fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/fuzz/notCounted.txt)
+    target_link_options(onuqos_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(ONUQOS_COVERAGE)
     target_compile_options(onuqos_build_flags INTERFACE --coverage)

@@ -72,7 +72,6 @@ constexpr std::array kKinds{
     KindRow{"integer", checkInteger<std::int16_t>},
     KindRow{"boolean", checkBoolean},
     KindRow{"name", checkName},
-    KindRow{"text", checkText},
     KindRow{"number or null", checkIntegerOrNothing<std::uint32_t>},
     KindRow{"integer or null", checkIntegerOrNothing<std::int32_t>},
     KindRow{"operation", checkOperation},

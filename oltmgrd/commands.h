@@ -38,7 +38,6 @@ enum class ArgumentKind : std::uint8_t {
     shortInteger,      ///< -2^15 to 2^15 - 1
     boolean,           ///< true or false
     name,              ///< bytes: a string, or {"base64": "..."}
-    text,              ///< a string
     numberOrNothing,   ///< as number, or null
     integerOrNothing,  ///< as integer, or null
     operation,         ///< the name of a platform operation

@@ -14,13 +14,7 @@ using Json = nlohmann::ordered_json;
 class JsonError : public std::runtime_error {
 public:
     JsonError(const std::string& pointer, const std::string& reason)
-        : std::runtime_error((pointer.empty() ? "top level" : pointer) + ": " + reason), reason_(reason) {}
-
-    /// The reason without the place.
-    const std::string& reason() const { return reason_; }
-
-private:
-    std::string reason_;
+        : std::runtime_error((pointer.empty() ? "top level" : pointer) + ": " + reason) {}
 };
 
 /// What a JSON text may be made of. The bounds keep hostile texts from costing more than their length.

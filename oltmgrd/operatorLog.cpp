@@ -18,12 +18,13 @@ void setLogsToFile(bool toFile) {
 }
 
 void tellOperator(const std::string& text) {
-    const std::string line = "oltmgrd: " + text + "\n";
-    std::fputs(line.c_str(), stderr);
+    const std::string line = "oltmgrd: " + text;
+    std::fprintf(stderr, "%s\n", line.c_str());
     if (logsToFile) {
         Log& log = singleton<Log>::instance();
         log.setMsgLevel(LogImpl::logLevelError);
         log.write(line);
+        log.write("\n");
     }
 }
 

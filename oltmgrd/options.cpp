@@ -43,7 +43,7 @@ Options readOptions(int argc, char** argv) {
         ->type_name("FILE");
     app.add_option("--log-level", options.logLevel, "How much is logged: 0 nothing, 1 errors, 3 traces too")
         ->type_name("N")
-        ->check(CLI::Range(0, 9))
+        ->check(CLI::Range(0, kLogLevelMax))
         ->capture_default_str();
     app.add_option("--lock-deadline", deadlineSeconds,
                    "Seconds after which the business-logic lock is not waited for")

@@ -6,6 +6,9 @@
 
 namespace oltmgrd {
 
+/// The log levels run from 0, nothing, to this.
+inline constexpr int kLogLevelMax = 9;
+
 /// What the command line asks for.
 struct Options {
     std::string inventory;

@@ -229,7 +229,7 @@ private:
     }
 
     void sayReady() const {
-        const RpcPorts ports = rpcPorts();
+        const RpcPorts ports = rpc_->ports();
         std::printf("oltmgrd ready control=%s rpc-udp=%u rpc-tcp=%u\n", options_.control.c_str(), ports.udp,
                     ports.tcp);
         std::fflush(stdout);

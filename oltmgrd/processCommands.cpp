@@ -4,6 +4,7 @@
 
 #include "clients/common/name.h"
 #include "commandHandlers.h"
+#include "options.h"
 #include "standin/log.h"
 #include "standin/manager.h"
 
@@ -36,7 +37,7 @@ Answer status(CommandContext& context, const Arguments&) {
         entities.push_back({{"name", clients::nameToJson(entity.name)}, {"state", name(entity.state)}});
     }
     const auto uptime = std::chrono::steady_clock::now() - context.start;
-    const RpcPorts ports = rpcPorts();
+    const RpcPorts ports = context.rpc->ports();
     Answer answer{.text = {},
                   .arguments = {{"entities", std::move(entities)},
                                 {"pid", ::getpid()},
@@ -53,7 +54,11 @@ Answer status(CommandContext& context, const Arguments&) {
 }
 
 Answer logLevel(CommandContext&, const Arguments& arguments) {
-    standin::log::setLevel(arguments.integer("level"));
+    const std::uint32_t level = arguments.number("level");
+    if (level > std::uint32_t{kLogLevelMax}) {
+        throw CommandError("level: must be from 0 to " + std::to_string(kLogLevelMax));
+    }
+    standin::log::setLevel(static_cast<int>(level));
     return {};
 }
 

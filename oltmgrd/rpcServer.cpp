@@ -106,25 +106,8 @@ void unregister(const RpcPorts& ports) {
     }
 }
 
-}  // namespace
-
-void hardenRpc() {
-    std::signal(SIGPIPE, SIG_IGN);
-    struct sigaction wake {};
-    wake.sa_handler = [](int) {};
-    ::sigaction(kWakeSignal, &wake, nullptr);
-
-    rlimit descriptors{};
-    ::getrlimit(RLIMIT_NOFILE, &descriptors);
-    descriptors.rlim_cur = std::min(descriptors.rlim_max, kDescriptorsMax);
-    ::setrlimit(RLIMIT_NOFILE, &descriptors);
-
-    ::mallopt(M_MMAP_THRESHOLD, kMmapThreshold);
-    int recordMax = kRecordMax;
-    ::rpc_control(RPC_SVC_CONNMAXREC_SET, &recordMax);
-}
-
-RpcPorts rpcPorts() {
+/// The ports of the transports that are registered. Only while the loop does not change the library's set.
+RpcPorts registeredPorts() {
     RpcPorts ports;
     const fd_set served = svc_fdset;
     for (int descriptor = 0; descriptor < FD_SETSIZE; ++descriptor) {
@@ -147,6 +130,24 @@ RpcPorts rpcPorts() {
     return ports;
 }
 
+}  // namespace
+
+void hardenRpc() {
+    std::signal(SIGPIPE, SIG_IGN);
+    struct sigaction wake {};
+    wake.sa_handler = [](int) {};
+    ::sigaction(kWakeSignal, &wake, nullptr);
+
+    rlimit descriptors{};
+    ::getrlimit(RLIMIT_NOFILE, &descriptors);
+    descriptors.rlim_cur = std::min(descriptors.rlim_max, kDescriptorsMax);
+    ::setrlimit(RLIMIT_NOFILE, &descriptors);
+
+    ::mallopt(M_MMAP_THRESHOLD, kMmapThreshold);
+    int recordMax = kRecordMax;
+    ::rpc_control(RPC_SVC_CONNMAXREC_SET, &recordMax);
+}
+
 RpcServer::RpcServer() : portmapperThere_(portmapperIsThere()), loop_(startNothing, kLoop) {}
 
 RpcServer::~RpcServer() {
@@ -160,6 +161,8 @@ void RpcServer::start(bool awaitsRegistration, std::chrono::milliseconds limit) 
             "the portmapper does not answer: RPC clients cannot be served until it does; everything else "
             "goes on. Restart rpcbind.");
         registrationWatch_ = std::jthread([this](const std::stop_token& stop) { watchRegistration(stop); });
+    } else {
+        ports_ = registeredPorts();
     }
     loop_.start();
 }
@@ -170,8 +173,9 @@ void RpcServer::watchRegistration(const std::stop_token& stop) {
     if (stop.stop_requested()) {
         return;
     }
+    const RpcPorts ports = registeredPorts();  // nothing is served yet, so the loop leaves the set alone
+    ports_ = ports;
     standin::threads::sendSignal(kLoop, kWakeSignal);
-    const RpcPorts ports = rpcPorts();
     tellOperator("RPC clients are served now: rpc-udp=" + std::to_string(ports.udp) +
                  " rpc-tcp=" + std::to_string(ports.tcp));
 }
@@ -190,7 +194,7 @@ void RpcServer::giveUpRegistration() {
 }
 
 void RpcServer::stop() {
-    const RpcPorts ports = rpcPorts();
+    const RpcPorts ports = ports_;
     // Only the time-out of its select and a request make the loop look whether it is to end.
     while (!loop_.stop(true)) {
         sendNothing(ports.udp);

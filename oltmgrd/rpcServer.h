@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <thread>
@@ -11,16 +12,14 @@ namespace oltmgrd {
 /// Sets the process up so that hostile RPC clients cannot hold up the others. Before the RPC library is used.
 void hardenRpc();
 
-struct RpcPorts {
+/// Aligned as the integer of its size: exchanging it at once takes clang a library of its own otherwise.
+struct alignas(std::uint32_t) RpcPorts {
     std::uint16_t udp = 0;  ///< 0: no transport
     std::uint16_t tcp = 0;
 };
 
-/// The ports on which RPC programs of this process are served now.
-RpcPorts rpcPorts();
-
 /// The receive loop of the process's RPC programs, "BLLManager_mng", and the entities' registration with it.
-/// One thread uses an object, save for `isPortmapperThere`.
+/// One thread uses an object, save for `isPortmapperThere` and `ports`.
 class RpcServer {
 public:
     RpcServer();
@@ -30,6 +29,9 @@ public:
 
     /// Whether something took connections on the portmapper's port when this object was made.
     bool isPortmapperThere() const { return portmapperThere_; }
+
+    /// The ports on which the module's program is served; none before it is registered.
+    RpcPorts ports() const { return ports_; }
 
     /// Waits for the thread that registers the module's program, but no longer than `limit`, and then starts
     /// the loop. When the registration takes longer the operator is told, and the loop learns of its
@@ -47,6 +49,7 @@ private:
 
     bool portmapperThere_;
     bool registering_ = false;
+    std::atomic<RpcPorts> ports_;
     RPCProxy loop_;
     std::jthread registrationWatch_;
     std::jthread portmapperCutter_;

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstring>
 #include <optional>
-#include <span>
 #include <utility>
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <functional>
 
@@ -15,6 +16,15 @@ xdrproc_t xdr() {
     return reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(Routine));
 }
 
+/// Room for the decoded argument of any procedure: the largest structure sets its size.
+struct ArgumentRoom {
+    alignas(rpc_onuflowprofile_create_and_set_1_argument)
+        std::array<std::byte, sizeof(rpc_onuflowprofile_create_and_set_1_argument)> bytes{};
+};
+
+template <typename Argument>
+constexpr bool fits = sizeof(Argument) <= sizeof(ArgumentRoom) && alignof(Argument) <= alignof(ArgumentRoom);
+
 // How a decoded argument reaches a handler: not at all, as itself, or as the fields of its structure.
 
 template <auto Handler>
@@ -24,17 +34,20 @@ void* serveVoid(void*, svc_req* request) {
 
 template <auto Handler, typename Argument>
 void* serveOne(void* argument, svc_req* request) {
+    static_assert(fits<Argument>);
     return Handler(*static_cast<Argument*>(argument), request);
 }
 
 template <auto Handler, typename Arguments>
 void* serveTwo(void* argument, svc_req* request) {
+    static_assert(fits<Arguments>);
     auto& [first, second] = *static_cast<Arguments*>(argument);
     return Handler(first, second, request);
 }
 
 template <auto Handler, typename Arguments>
 void* serveThree(void* argument, svc_req* request) {
+    static_assert(fits<Arguments>);
     auto& [first, second, third] = *static_cast<Arguments*>(argument);
     return Handler(first, second, third, request);
 }
@@ -135,9 +148,6 @@ static_assert(std::ranges::adjacent_find(kProcedures, std::ranges::greater_equal
                   kProcedures.end(),
               "ascending, none twice");
 
-/// The largest argument structure; every other fits into its room.
-using Argument = rpc_onuflowprofile_create_and_set_1_argument;
-
 }  // namespace
 
 std::span<const Procedure> onuqosProcedures() {
@@ -154,19 +164,20 @@ void rpcOnuqosDispatch(struct svc_req* request, SVCXPRT* transport) {
         svcerr_noproc(transport);
         return;
     }
-    Argument argument{};
+    ArgumentRoom room;
+    void* argument = room.bytes.data();
     const xdrproc_t argumentRoutine = procedure->argument();
-    if (!svc_getargs(transport, argumentRoutine, &argument)) {
+    if (!svc_getargs(transport, argumentRoutine, argument)) {
         svcerr_decode(transport);
         // What decoded before the failure is released here: the transport counts the argument as not taken.
-        xdr_free(argumentRoutine, &argument);
+        xdr_free(argumentRoutine, argument);
         return;
     }
-    void* result = procedure->serve(&argument, request);
+    void* result = procedure->serve(argument, request);
     if (result != nullptr && !svc_sendreply(transport, procedure->result(), result)) {
         svcerr_systemerr(transport);
     }
-    if (!svc_freeargs(transport, argumentRoutine, &argument)) {
+    if (!svc_freeargs(transport, argumentRoutine, argument)) {
         std::fputs("unable to free arguments", stderr);
     }
 }

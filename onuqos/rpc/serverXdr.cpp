@@ -8,8 +8,7 @@ namespace {
 /// A char travels as the int that it converts to, so 0x80 as 0xFFFFFF80.
 void encodeChars(std::int32_t* buffer, const char* elements, u_int count) {
     std::transform(elements, elements + count, buffer, [](char element) {
-        return static_cast<std::int32_t>(
-            htonl(static_cast<std::uint32_t>(static_cast<signed char>(element))));
+        return static_cast<std::int32_t>(htonl(static_cast<std::uint32_t>(element)));
     });
 }
 

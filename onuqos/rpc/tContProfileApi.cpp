@@ -17,6 +17,15 @@ std::uint32_t written(bool hasWireForm) {
     return hasWireForm ? rpcTContProfileResOk : rpcTContProfileResError;
 }
 
+/// The answer to a read: name and rates on success, the rest as it is.
+std::uint32_t answer(onuQos::onuQosRes res, const tContProfileInfo& profile, rpcTContProfileInfo& record) {
+    if (res != onuQos::onuQosResOk) {
+        return codeOf(res);
+    }
+    wire::nameSet(record.name, profile.name);
+    return written(wire::tContRatesSet(record, profile));
+}
+
 }  // namespace
 
 std::uint32_t tContProfileCreate(const char* name) {
@@ -37,11 +46,9 @@ std::uint32_t tContProfileCopy(const char* srcName, const char* dstName) {
 
 std::uint32_t tContProfileGet(const char* name, rpcTContProfileInfo* info) {
     tContProfileInfo profile;
-    if (const auto res = module().tContProfileGet(wire::text(name), profile); res != onuQos::onuQosResOk) {
-        return codeOf(res);
-    }
-    wire::nameSet(info->name, profile.name);
-    return written(wire::tContRatesSet(*info, profile) && wire::tContSrdbaSet(*info, profile));
+    const auto res = module().tContProfileGet(wire::text(name), profile);
+    const std::uint32_t answered = answer(res, profile, *info);
+    return answered == rpcTContProfileResOk ? written(wire::tContSrdbaSet(*info, profile)) : answered;
 }
 
 std::uint32_t tContProfileIsApplied(const char* name, bool_t* attached) {
@@ -59,21 +66,14 @@ std::uint32_t tContProfileDefaultGet(rpcTContProfileInfo* info) {
 
 std::uint32_t tContProfileFirstGet(rpcTContProfileInfo* info) {
     tContProfileInfo profile;
-    if (const auto res = module().tContProfileFirstGet(profile); res != onuQos::onuQosResOk) {
-        return codeOf(res);
-    }
-    wire::nameSet(info->name, profile.name);
-    return written(wire::tContRatesSet(*info, profile));
+    const auto res = module().tContProfileFirstGet(profile);
+    return answer(res, profile, *info);
 }
 
 std::uint32_t tContProfileNextGet(const char* name, rpcTContProfileInfo* info) {
     tContProfileInfo profile;
-    if (const auto res = module().tContProfileNextGet(wire::text(name), profile);
-        res != onuQos::onuQosResOk) {
-        return codeOf(res);
-    }
-    wire::nameSet(info->name, profile.name);
-    return written(wire::tContRatesSet(*info, profile));
+    const auto res = module().tContProfileNextGet(wire::text(name), profile);
+    return answer(res, profile, *info);
 }
 
 std::uint32_t tContProfileIdSet(const char* name, std::uint32_t tContId) {

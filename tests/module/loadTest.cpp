@@ -24,7 +24,7 @@ const onuQosClassInterface* interfaceOf(void* library) {
 
 TEST(Load, comesAndGoesWithTheLastHandle) {
     ASSERT_EQ(entitiesNamedOnuqos(), 0U);
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < 100; ++round) {
         void* first = dlopen(ONUQOS_MODULE, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(first, nullptr) << dlerror();
         void* second = dlopen(ONUQOS_MODULE, RTLD_NOW | RTLD_LOCAL);

@@ -10,14 +10,16 @@
 #include <sstream>
 #include <string>
 
-/// A directory of its own for a test.
-class Scratch : public testing::Test {
-protected:
-    Scratch() {
+/// A directory that is gone with the object.
+class ScratchDirectory {
+public:
+    ScratchDirectory() {
         std::string pattern = std::filesystem::temp_directory_path() / "oltmgrd-XXXXXX";
         directory_ = ::mkdtemp(pattern.data());
     }
-    ~Scratch() override { std::filesystem::remove_all(directory_); }
+    ~ScratchDirectory() { std::filesystem::remove_all(directory_); }
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
 
     std::string path(const std::string& name) const { return directory_ / name; }
 
@@ -40,3 +42,6 @@ protected:
 private:
     std::filesystem::path directory_;
 };
+
+/// A test with a directory of its own.
+class Scratch : public testing::Test, protected ScratchDirectory {};

@@ -185,9 +185,15 @@ class Daemon:
         return [self.program, "--inventory", self.inventory_path, "--module", self.module,
                 "--control", self.control_path, *more]
 
-    def start(self, *more):
+    def begin(self, *more):
+        """Starts it without waiting until it is ready."""
+        self.control = None
         with open(self.error_path, "w", encoding="utf-8") as errors:
             self.process = subprocess.Popen(self.arguments(*more), stdout=subprocess.PIPE, stderr=errors)
+        return self
+
+    def start(self, *more):
+        self.begin(*more)
         ready = select.select([self.process.stdout], [], [], PATIENCE)[0]
         line = self.process.stdout.readline().decode() if ready else ""
         prefix = f"oltmgrd ready control={self.control_path} rpc-udp="

@@ -112,6 +112,11 @@ class Lifecycle(harness.DaemonTest):
                     seconds = self.daemon.stop(how)
                 self.assertLess(seconds, 2)
 
+    def test_starts_and_stops_again_and_again(self):
+        for _ in range(int(os.environ.get("OLTMGRD_STARTS", "10"))):
+            self.daemon.start_with_config()
+            self.daemon.stop()
+
     def test_status(self):
         self.daemon.start()
         status = self.daemon.request("status")
@@ -560,12 +565,15 @@ class Configuration(harness.DaemonTest):
         self.assertIn("no-such-directory", daemon.refused("config-save", file=self.path("no-such-directory/file")))
         daemon.stop()
 
-    def test_kill_while_saving_leaves_a_whole_file(self):
-        chance = random.Random(5)
+    def test_kill_while_saving_or_restoring_leaves_a_whole_file(self):
+        chance = random.Random(int(os.environ.get("OLTMGRD_SEED", "5")))
         self.daemon.start_with_config()
         self.daemon.request("config-save")  # from here on there is always a file
         self.daemon.stop()
-        for _ in range(int(os.environ.get("OLTMGRD_KILLS", "12"))):
+        for _ in range(int(os.environ.get("OLTMGRD_KILLS", "12")) // 2):
+            daemon = self.daemon.begin("--config", self.daemon.config_path)
+            time.sleep(chance.random() * 0.1)  # the moment of a kill is meant to be any
+            daemon.kill()
             daemon = self.daemon.start_with_config()
             self.assertNotIn("not restored", daemon.errors())
             rpc = daemon.rpc()
@@ -574,7 +582,7 @@ class Configuration(harness.DaemonTest):
             rpc.close()
             for _ in range(chance.randrange(1, 4)):
                 daemon.control.send(b'{"command": "config-save"}\n')
-            time.sleep(chance.random() * 0.02)  # the moment of the kill is meant to be any
+            time.sleep(chance.random() * 0.02)
             daemon.kill()
         self.daemon.start_with_config()
         self.assertEqual(self.daemon.request("status")["restore"]["lost"], [])

@@ -121,7 +121,7 @@ class TContTest(ClientTest):
                 (1, "Error", ["set", five, "--alloc-type", "3"], "1 or 2"),
                 (7, "RateError", ["set", five, "--assured", "256"], "fixed + assured rate + 256"),
                 (7, "RateError", ["set", five, "--assured", "64"], "0 or at least 256"),
-                (7, "RateError", ["set", five, "--maximum", "2G"], "onuqosctl ranges"),
+                (7, "RateError", ["set", five, "--maximum", "2G"], "at most 1244160"),
                 (7, "RateError", ["set", five, "--id", "2", "--maximum", "64"], "carried out before: --id"),
                 (15, "OutOfRange", ["create", prefix + "n", "--type", "4", "--fixed", "1M"],
                  "type 4 carries a maximum rate only"),

@@ -3,14 +3,18 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <atomic>
+#include <mutex>
 #include <type_traits>
 
 namespace {
 
 using Operations = std::remove_const_t<std::remove_pointer_t<decltype(SVCXPRT::xp_ops)>>;
 
-/// The operations of the library's UDP transports, and the same with the bound; one table serves all.
-const Operations* libraryOperations = nullptr;
+/// The operations of the library's UDP transports, and the same with the bound; one table serves all. Written
+/// once, by the thread that registers the first transport, and read by the one that serves it.
+std::once_flag operationsKnown;
+std::atomic<const Operations*> libraryOperations = nullptr;
 Operations boundedOperations;
 
 /// The length of the datagram that the calling thread is serving. A request is received and dispatched on the
@@ -24,7 +28,7 @@ bool_t receive(SVCXPRT* transport, rpc_msg* message) {
         return FALSE;  // gone since select saw it, by a bad checksum for instance: do not wait for another
     }
     datagramLength = static_cast<std::size_t>(length);
-    return libraryOperations->xp_recv(transport, message);
+    return libraryOperations.load()->xp_recv(transport, message);
 }
 
 struct BoundedArgument {
@@ -43,17 +47,17 @@ bool_t decodeBounded(XDR* xdrs, BoundedArgument* bounded) {
 bool_t getArguments(SVCXPRT* transport, xdrproc_t routine, void* argument) {
     BoundedArgument bounded{.routine = routine, .argument = argument};
     const auto decode = reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(decodeBounded));
-    return libraryOperations->xp_getargs(transport, decode, &bounded);
+    return libraryOperations.load()->xp_getargs(transport, decode, &bounded);
 }
 
 }  // namespace
 
 void boundArgumentsToDatagram(SVCXPRT* transport) {
-    if (libraryOperations == nullptr) {
-        libraryOperations = transport->xp_ops;
+    std::call_once(operationsKnown, [transport] {
         boundedOperations = *transport->xp_ops;
         boundedOperations.xp_recv = receive;
         boundedOperations.xp_getargs = getArguments;
-    }
+        libraryOperations = transport->xp_ops;
+    });
     transport->xp_ops = &boundedOperations;
 }

@@ -23,7 +23,7 @@ struct Service {
 /// Tells of a step that failed. `format` takes source file, line, program twice, version, and `more`.
 template <typename... More>
 void tell(int line, const char* format, const Service& service, More... more) {
-    std::fprintf(stderr, format, "rte/BLL/core/rpcProxy.cpp", line, service.prog, service.prog, service.vers,
+    std::fprintf(stderr, format, "rte/BLL/core/rpcProxy", line, service.prog, service.prog, service.vers,
                  more...);
 }
 
