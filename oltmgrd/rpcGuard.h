@@ -17,8 +17,8 @@ namespace oltmgrd {
 /// - those whose full send queue does not move: the loop may be waiting to write more;
 /// - the longest idle ones when there are so many that descriptors run short.
 /// The RPC library then finds the connection at its end and closes it. The guard itself needs no descriptor.
-/// It reads the library's set of descriptors without a lock, since there is none: what it misreads is right at
-/// its next look, and it names a connection by its client before it ends it.
+/// It reads the library's set of descriptors without a lock, since there is none: what it misreads is right
+/// at its next look, and it names a connection by its client before it ends it.
 class RpcGuard {
 public:
     RpcGuard();

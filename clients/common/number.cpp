@@ -12,15 +12,16 @@ namespace {
 constexpr std::size_t kFractionDigitsMax = 9;
 constexpr double kSecondsMax = 86400;
 
-template <typename Number>
-Number parseWhole(const std::string& text, const std::string& what, const char* expected) {
-    Number value{};
+/// Reads all of `text`; `format` as std::from_chars takes it.
+template <typename Number, typename... Format>
+bool read(const std::string& text, Number& value, Format... format) {
     const char* const end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value);
-    if (text.empty() || error != std::errc{} || stopped != end) {
-        throw UsageError(what + ": " + inQuotes(text) + " is not " + expected);
-    }
-    return value;
+    const auto [stopped, error] = std::from_chars(text.data(), end, value, format...);
+    return error == std::errc{} && stopped == end;
+}
+
+[[noreturn]] void refuse(const std::string& text, const std::string& what, const std::string& expected) {
+    throw UsageError(what + ": " + inQuotes(text) + " is not " + expected);
 }
 
 std::uint64_t kbitPer(char unit) {
@@ -47,12 +48,23 @@ bool allDigits(const std::string& text) {
 
 const char* const kRateHelp = "A RATE is in kbit/s or has a decimal unit: 512k, 100M, 2.5G.";
 
-std::uint32_t parseUnsigned(const std::string& text, const std::string& what) {
-    return parseWhole<std::uint32_t>(text, what, "a number from 0 to 4294967295");
+std::uint32_t parseUnsigned(const std::string& text, const std::string& what, Bounds bounds) {
+    std::uint32_t value = 0;
+    if (!read(text, value) || value < bounds.least || value > bounds.largest) {
+        refuse(text, what,
+               "a number from " + (bounds.told != nullptr ? bounds.told
+                                                          : std::to_string(bounds.least) + " to " +
+                                                                std::to_string(bounds.largest)));
+    }
+    return value;
 }
 
 std::int64_t parseInteger(const std::string& text, const std::string& what) {
-    return parseWhole<std::int64_t>(text, what, "a whole number");
+    std::int64_t value = 0;
+    if (!read(text, value)) {
+        refuse(text, what, "a whole number");
+    }
+    return value;
 }
 
 std::uint32_t parseRate(const std::string& text) {
@@ -80,9 +92,8 @@ std::uint32_t parseRate(const std::string& text) {
         throw UsageError(shown + " is not a whole number of kbit/s");
     }
     std::uint64_t units = 0;
-    const auto [stopped, error] = std::from_chars(whole.data(), whole.data() + whole.size(), units);
     constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
-    if (error != std::errc{} || units > kMax || units * scale + parts / kFractionUnit > kMax) {
+    if (!read(whole, units) || units > kMax || units * scale + parts / kFractionUnit > kMax) {
         throw UsageError(shown + " is too large: a rate is at most 4294967295 kbit/s");
     }
     return static_cast<std::uint32_t>(units * scale + parts / kFractionUnit);
@@ -90,11 +101,8 @@ std::uint32_t parseRate(const std::string& text) {
 
 double parseSeconds(const std::string& text, const std::string& what) {
     double value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    if (text.empty() || error != std::errc{} || stopped != end || !(value > 0) || value > kSecondsMax) {
-        throw UsageError(what + ": " + inQuotes(text) +
-                         " is not a number of seconds above 0 and up to 86400");
+    if (!read(text, value, std::chars_format::fixed) || !(value > 0) || value > kSecondsMax) {
+        refuse(text, what, "a number of seconds above 0 and up to 86400");
     }
     return value;
 }

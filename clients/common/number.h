@@ -1,13 +1,20 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <limits>
 #include <string>
 
 namespace clients {
 
-/// A decimal number of 32 bits, without sign. Throws UsageError that names `what`.
-std::uint32_t parseUnsigned(const std::string& text, const std::string& what);
+/// The numbers that parseUnsigned takes.
+struct Bounds {
+    std::uint32_t least = 0;
+    std::uint32_t largest = std::numeric_limits<std::uint32_t>::max();
+    const char* told = nullptr;  // the bounds in the message, where more is taken than makes sense
+};
+
+/// A decimal number of 32 bits, without sign. Throws UsageError that names `what` and the bounds.
+std::uint32_t parseUnsigned(const std::string& text, const std::string& what, Bounds bounds = {});
 
 /// A signed decimal number of 64 bits. Throws UsageError that names `what`.
 std::int64_t parseInteger(const std::string& text, const std::string& what);

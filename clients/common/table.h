@@ -22,7 +22,6 @@ public:
 
     /// `cells` has a cell for each column.
     void add(std::vector<std::string> cells);
-    [[nodiscard]] bool empty() const { return rows_.empty(); }
     void print(std::ostream& out) const;
 
 private:

@@ -17,11 +17,7 @@ unsigned bitOf(unsigned vlan) {
 }
 
 std::uint16_t parseVlan(const std::string& text) {
-    const std::uint32_t vlan = parseUnsigned(text, "VLAN id");
-    if (vlan > kVlanMax) {
-        throw UsageError("VLAN id " + text + " is above 4095");
-    }
-    return static_cast<std::uint16_t>(vlan);
+    return static_cast<std::uint16_t>(parseUnsigned(text, "VLAN id", {0, kVlanMax}));
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include "answer.h"
 
 #include <algorithm>
+#include <iostream>
 #include <limits>
-#include <ostream>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
+#include "errors.h"
 #include "name.h"
 #include "table.h"
 #include "text.h"
@@ -24,12 +26,16 @@ bool isRecordList(const Json& value) {
     return value.is_array() && !value.empty() && std::all_of(value.begin(), value.end(), isRecord);
 }
 
-bool isSmallNumber(const Json& value) {
-    return value.is_number_unsigned() &&
-           value.get<std::uint64_t>() <= std::numeric_limits<std::uint16_t>::max();
+/// Whether a field's list of numbers reads better in ranges: they can be thousands.
+bool isShownInRanges(const std::string& key, const Json& value) {
+    constexpr std::uint32_t kLargest = std::numeric_limits<clients::VlanList::value_type>::max();
+    return (key == "cVlan" || key == "onus") &&
+           std::all_of(value.begin(), value.end(), [](const Json& element) {
+               return element.is_number_unsigned() && element.get<std::uint64_t>() <= kLargest;
+           });
 }
 
-std::string cell(const Json& value) {
+std::string cell(const std::string& key, const Json& value) {
     if (const auto name = clients::nameFromJson(value)) {
         return clients::printable(*name);
     }
@@ -45,13 +51,13 @@ std::string cell(const Json& value) {
     if (value.empty()) {
         return "-";
     }
-    if (std::all_of(value.begin(), value.end(), isSmallNumber)) {
+    if (isShownInRanges(key, value)) {
         return clients::formatVlans(value.get<clients::VlanList>());
     }
     std::string text;
     for (const Json& element : value) {
         text += text.empty() ? "" : " ";
-        text += isRecord(element) && element.contains("name") ? cell(element["name"]) : cell(element);
+        text += cell(key, isRecord(element) && element.contains("name") ? element["name"] : element);
     }
     return text;
 }
@@ -77,7 +83,7 @@ void printRecords(std::ostream& out, const Json& records) {
     for (const Json& record : records) {
         std::vector<std::string> cells;
         for (const std::string& key : keys) {
-            cells.push_back(record.contains(key) ? cell(record[key]) : "");
+            cells.push_back(record.contains(key) ? cell(key, record[key]) : "");
         }
         table.add(cells);
     }
@@ -87,7 +93,7 @@ void printRecords(std::ostream& out, const Json& records) {
 Fields fieldsOf(const Json& record) {
     Fields fields;
     for (const auto& [key, value] : record.items()) {
-        fields.emplace_back(clients::printable(key), cell(value));
+        fields.emplace_back(clients::printable(key), cell(key, value));
     }
     return fields;
 }
@@ -121,7 +127,7 @@ void printAnswer(std::ostream& out, const Json& answer) {
         if (isRecord(value) || isRecordList(value)) {
             sections.emplace_back(key, value);
         } else {
-            fields.emplace_back(clients::printable(key), cell(value));
+            fields.emplace_back(clients::printable(key), cell(key, value));
         }
     }
     if (fields.empty() && sections.empty()) {
@@ -155,6 +161,31 @@ void printReply(std::ostream& out, const Json& answer) {
         return;
     }
     out << clients::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
+}
+
+int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
+           clients::Format format) {
+    const Json answer = Json::parse(line, nullptr, false);
+    if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
+        throw clients::NoAnswer(
+            "what answers on the control path does not speak the control protocol of oltmgrd");
+    }
+    const std::string refusal = refusalText(answer);
+    if (format == clients::Format::json) {
+        std::cout << answer.dump(2) << '\n';
+    } else if (refusal.empty() && print == OperatorCommand::Print::reply) {
+        printReply(std::cout, answer);
+    } else if (refusal.empty()) {
+        printAnswer(std::cout, answer);
+    }
+    if (refusal.empty()) {
+        return clients::kCarriedOut;
+    }
+    std::cout.flush();
+    // What oltmgrd itself refuses, it says in whole sentences.
+    const bool fromTheModule = answer["result"] == 0;
+    std::cerr << "oltctl: " << (fromTheModule ? words + ": " : "") << refusal << '\n';
+    return clients::kRefused;
 }
 
 }  // namespace oltctl

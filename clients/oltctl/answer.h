@@ -1,8 +1,11 @@
 #pragma once
 
 #include <iosfwd>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
+
+#include "commandLine.h"
+#include "operatorCommands.h"
 
 namespace oltctl {
 
@@ -18,5 +21,10 @@ void printAnswer(std::ostream& out, const Json& answer);
 
 /// Prints the bytes of the answer's `reply` as they are.
 void printReply(std::ostream& out, const Json& answer);
+
+/// Prints the line that answered the command `words`, what it refuses on standard error; gives the exit
+/// status. Throws clients::NoAnswer for what is no answer of the control channel.
+int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
+           clients::Format format);
 
 }  // namespace oltctl

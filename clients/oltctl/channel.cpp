@@ -64,16 +64,11 @@ Channel::~Channel() {
     ::close(descriptor_);
 }
 
-Json Channel::request(const Json& request) {
+std::string Channel::ask(const std::string& line) {
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                              std::chrono::duration<double>(timeoutSeconds_));
-    send(request.dump() + "\n", deadline);
-    Json answer = Json::parse(receiveLine(deadline), nullptr, false);
-    if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
-        throw clients::NoAnswer("control path " + clients::printable(path_) +
-                                ": what answers there does not speak the control protocol of oltmgrd");
-    }
-    return answer;
+    send(line + "\n", deadline);
+    return receiveLine(deadline);
 }
 
 void Channel::awaitReady(short events, Clock::time_point deadline) const {

@@ -1,14 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <nlohmann/json.hpp>
 #include <string>
 
 namespace oltctl {
 
-using Json = nlohmann::ordered_json;
-
-/// A connection to the control channel of the management process: one JSON object a line each way.
+/// A connection to the control channel of the management process: a line each way.
 class Channel {
 public:
     /// Connects to the Unix socket `path`; `timeoutSeconds` bounds connecting and each request together with
@@ -19,9 +16,9 @@ public:
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
-    /// Sends a request and gives its answer, an object with a number `result`, however long it is.
+    /// Sends a line and gives the one that answers it, however long it is, both without their ends.
     /// Throws clients::NoAnswer.
-    Json request(const Json& request);
+    std::string ask(const std::string& line);
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,10 +1,5 @@
 #include "operatorCommands.h"
 
-#include "errors.h"
-#include "name.h"
-#include "number.h"
-#include "text.h"
-
 namespace oltctl {
 namespace {
 
@@ -36,7 +31,7 @@ const OperatorCommand kCommands[] = {
       {"flowProfile", "--flow-profile", Kind::text, true, "ONU flow profile"},
       {"tcontProfile", "--tcont-profile", Kind::text, true, "T-CONT profile"},
       {"virtualPort", "--virtual-port", Kind::number, true, "Virtual port"},
-      {"termPointType", "--term-point-type", Kind::number, true, "Type of the termination point"},
+      {"termPointType", "--term-point-type", Kind::number, true, "0, 1 or 2: UNI type 7, 6 or 1 of the hardware layer"},
       {"termPointId", "--term-point-id", Kind::number, true, "Number of the termination point"}}},
     {"service remove", "service-remove", "Removes a service from an ONU", {kOnu, kService}},
     {"service list", "service-list", "Lists the applied services", {}},
@@ -51,12 +46,12 @@ const OperatorCommand kCommands[] = {
     {"service-profile list", "service-profile-list", "Lists the service profiles", {}},
 
     {"config save", "config-save", "Saves profiles, service profiles and bindings",
-     {{"file", "--file", Kind::text, false, "Where to; oltmgrd's --config file unless given"},
+     {{"file", "--file", Kind::path, false, "Where to; oltmgrd's --config file unless given"},
       {"force", "--force", Kind::flag, false,
        "Also while a configuration apply is in progress, or after a restore that lost entries"}}},
     {"config apply-start", "config-apply-start", "Begins a configuration apply", {}},
     {"config apply-stop", "config-apply-stop", "Ends a configuration apply", {}},
-    {"default-settings", "default-settings", "Returns the module to its defaults: deletes all profiles", {}},
+    {"default-settings", "default-settings", "Returns all entities to their defaults: all profiles and services are lost", {}},
 
     {"interface event", "interface-event", "Raises an interface event",
      {kInterface, {"event", "EVENT", Kind::number, true, "Number of the event: 3 down, 4 up"}}},
@@ -76,9 +71,9 @@ const OperatorCommand kCommands[] = {
 
     {"fault set", "fault-set", "Makes a platform operation fail",
      {{"operation", "OPERATION", Kind::text, true, "For instance onuTContProfileCreate, reportAlarm, exclusiveLock"},
-      {"answer", "--answer", Kind::number, false, "What it answers, 1 unless given"},
-      {"times", "--times", Kind::number, false, "For so many calls, 1 unless given"},
-      {"after", "--after", Kind::number, false, "After so many calls that go well, 0 unless given"}}},
+      {"answer", "--answer", Kind::number, false, "What it answers; 1 unless given"},
+      {"times", "--times", Kind::number, false, "For so many calls; 1 unless given"},
+      {"after", "--after", Kind::number, false, "After so many calls that go well; 0 unless given"}}},
     {"fault clear", "fault-clear", "Lets platform operations work again",
      {{"operation", "OPERATION", Kind::text, false, "Only this one"}}},
 
@@ -106,27 +101,6 @@ std::span<const OperatorCommand> operatorCommands() {
 
 std::span<const Group> groups() {
     return kGroups;
-}
-
-Json argumentValue(const Argument& argument, const std::string& text) {
-    if (argument.nullWord != nullptr && text == argument.nullWord) {
-        return nullptr;
-    }
-    switch (argument.kind) {
-        case Kind::text:
-            return clients::nameToJson(clients::nameFromArgument(text));
-        case Kind::number:
-            return clients::parseInteger(text, argument.option);
-        case Kind::yesNo:
-            if (text == "yes" || text == "true" || text == "no" || text == "false") {
-                return text == "yes" || text == "true";
-            }
-            throw clients::UsageError(std::string(argument.option) + ": " + clients::inQuotes(text) +
-                                      " is neither yes nor no");
-        case Kind::flag:
-            break;
-    }
-    return true;
 }
 
 }  // namespace oltctl

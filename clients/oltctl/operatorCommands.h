@@ -1,18 +1,15 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace oltctl {
 
-using Json = nlohmann::ordered_json;
-
 /// An argument of a control command, as the command line takes it.
 struct Argument {
     enum class Kind {
-        text,    // names, paths: bytes, also as base64:...
+        text,    // a name: bytes, also as base64:...
+        path,    // of a file, from the directory of this client where it is relative
         number,  // a whole number
         yesNo,
         flag,  // an option without value: true when given
@@ -49,8 +46,5 @@ struct Group {
 
 std::span<const OperatorCommand> operatorCommands();
 std::span<const Group> groups();
-
-/// The request's value for what the command line gave. Throws clients::UsageError.
-Json argumentValue(const Argument& argument, const std::string& text);
 
 }  // namespace oltctl

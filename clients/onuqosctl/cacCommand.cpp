@@ -1,35 +1,25 @@
 #include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <iostream>
-#include <iterator>
-#include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
-#include <ostream>
 #include <thread>
 
 #include "commands.h"
 #include "errors.h"
 #include "number.h"
+#include "output.h"
 #include "table.h"
 
 namespace onuqosctl {
 namespace {
 
 constexpr std::uint32_t kUnknownRate = 0xFFFFFFFF;
-constexpr const char* kWatchDefault = "2";
-
-// What a port carries for fixed and assured rates together, by the largest rate of its class; kbit/s.
-struct ClassTotal {
-    std::uint32_t largestRate, total;
-};
-constexpr ClassTotal kClassTotals[] = {{1244160, 1240640}, {9953280, 9918464}};
-
+/// What the line asks for.
 struct Options {
-    std::vector<std::string> ports;
-    std::string capacity, fixedCapacity;
-    std::string watch = kWatchDefault;
-    std::string count;
+    clients::Given ports, capacity, fixedCapacity, watch, count;
 };
 
 /// What a port answered.
@@ -54,14 +44,15 @@ PortState askPort(Session& session, std::uint32_t port) {
 /// for, and logs every question about an interface that is no PON port.
 std::vector<std::uint32_t> portsToShow(Session& session, const Options& options) {
     std::vector<std::uint32_t> ports;
-    for (const std::string& port : options.ports) {
+    for (const std::string& port : options.ports.texts()) {
         ports.push_back(clients::parseUnsigned(port, "PORT"));
     }
     if (!ports.empty()) {
         return ports;
     }
     PortState state = askPort(session, 1);
-    require(Family::tcont, state.result, "cac show", "interface 1 is no PON port; name the ports to show");
+    session.require(Family::tcont, state.result, "cac show",
+                    "interface 1 is no PON port; name the ports to show");
     while (state.result == 0) {
         ports.push_back(state.port);
         state = askPort(session, state.port + 1);
@@ -71,20 +62,11 @@ std::vector<std::uint32_t> portsToShow(Session& session, const Options& options)
 
 Capacities capacitiesFrom(Session& session, const Options& options) {
     Capacities capacities{};
-    if (!options.fixedCapacity.empty()) {
-        capacities.fixed = clients::parseRate(options.fixedCapacity);
+    if (options.fixedCapacity.present()) {
+        capacities.fixed = clients::parseRate(options.fixedCapacity.text());
     }
-    if (!options.capacity.empty()) {
-        capacities.total = clients::parseRate(options.capacity);
-        return capacities;
-    }
-    const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
-    require(Family::tcont, resultOf(reply), "cac show");
-    const std::uint32_t largestRate = reply.data.maximumRateMax;
-    const auto* row =
-        std::find_if(std::begin(kClassTotals), std::end(kClassTotals),
-                     [=](const ClassTotal& candidate) { return candidate.largestRate == largestRate; });
-    capacities.total = row == std::end(kClassTotals) ? largestRate : row->total;
+    capacities.total = options.capacity.present() ? clients::parseRate(options.capacity.text())
+                                                  : askPortClass(session, "cac show").capacity;
     return capacities;
 }
 
@@ -179,9 +161,11 @@ int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Ca
     return status;
 }
 
-int show(Session& session, const Options& options, bool watching) {
-    const double interval = clients::parseSeconds(options.watch, "--watch");
-    std::uint32_t left = options.count.empty() ? 0 : clients::parseUnsigned(options.count, "--count");
+int show(Session& session, const Options& options) {
+    const bool watching = options.watch.present();
+    const double interval = clients::parseSeconds(options.watch.text(), "--watch");
+    std::uint32_t left =
+        options.count.present() ? clients::parseUnsigned(options.count.text(), "--count", {.least = 1}) : 0;
     const std::vector<std::uint32_t> ports = portsToShow(session, options);
     const Capacities capacities = capacitiesFrom(session, options);
     const bool redraw = watching && !session.json() && ::isatty(STDOUT_FILENO) == 1;
@@ -202,48 +186,35 @@ int show(Session& session, const Options& options, bool watching) {
 
 }  // namespace
 
-void addCacCommand(CLI::App& app, Action& action) {
-    CLI::App* cac = app.add_subcommand("cac", "Admission control of the PON ports")->require_subcommand(1);
-    CLI::App* command = cac->add_subcommand("show", "Shows what is free on PON ports (procedure 201)");
-    auto options = std::make_shared<Options>();
-    command->add_option(
-        "PORT", options->ports,
-        "Interface indexes of PON ports; without any, those from 1 on up to the first that is none");
-    command->add_option("--capacity", options->capacity, "What the bar is measured against")
-        ->type_name("RATE");
-    command
-        ->add_option("--fixed-capacity", options->fixedCapacity,
-                     "Adds a bar of the fixed rate, measured against this")
-        ->type_name("RATE");
-    CLI::Option* watch =
-        command->add_option("--watch", options->watch, "Shows it again every SECONDS, 2 unless given")
-            ->expected(0, 1)
-            ->default_str(kWatchDefault)
-            ->type_name("[SECONDS]");
-    command->add_option("--count", options->count, "With --watch: ends after this many times")
-        ->needs(watch)
-        ->type_name("N");
-    command->footer(
+void addCacCommand(const clients::Command& app, Action& action) {
+    const clients::Command command = app.addGroup("cac", "Admission control of the PON ports")
+                                         .add("show", "Shows what is free on PON ports (procedure 201)");
+    const Options options{
+        command.argument("PORT",
+                         "Interface indexes of PON ports; without any, those from 1 on up to the first that "
+                         "is none",
+                         clients::Command::Count::any),
+        command.option("--capacity", "RATE", "What the bar is measured against"),
+        command.option("--fixed-capacity", "RATE", "Adds a bar of the fixed rate, measured against this"),
+        command.optionWithOrWithoutValue("--watch", "[SECONDS]", "Shows it again every SECONDS", "2"),
+        command.option("--count", "N", "With --watch: ends after this many times")};
+    options.count.needs(options.watch);
+    command.footer(
         "Estimated rates are what the module's own account leaves free, limited to the actual ones; actual "
         "rates are what\n"
-        "the platform has free, \"unknown\" (null in JSON) where it cannot tell. \"free assured\" is free "
-        "for fixed and\n"
-        "assured rates together.\n"
-        "The bar shows what is used: the capacity less the estimated free assured rate. The module does not "
-        "tell the\n"
-        "capacity of a port. Unless --capacity gives it, the bar is measured against what every port of the "
-        "class carries\n"
-        "(1240640 or 9918464 kbit/s; procedure 202 tells the class), so a port that the platform gives less "
-        "never looks\n"
-        "empty. What a port carries for fixed rates depends on its fibre distances: that bar needs "
-        "--fixed-capacity.\n"
+        "the platform has free, \"unknown\" (null in JSON) where it cannot tell. What \"est. assured\" and "
+        "\"act. assured\"\n"
+        "show is free for fixed and assured rates together.\n"
+        "The bar shows what is used: the capacity less \"est. assured\". The module does not tell the "
+        "capacity of a port.\n"
+        "Unless --capacity gives it, the bar is measured against what every port of the class carries "
+        "(1240640 or 9918464\n"
+        "kbit/s; procedure 202 tells the class), so a port that the platform gives less never looks empty. "
+        "What a port\n"
+        "carries for fixed rates depends on its fibre distances: that bar needs --fixed-capacity.\n"
         "With --watch, JSON is one document a line. Put PORTs before --watch.\n" +
         std::string(clients::kRateHelp));
-    command->callback([&action, options, watch] {
-        action = [options, watching = watch->count() > 0](Session& session) {
-            return show(session, *options, watching);
-        };
-    });
+    does(command, action, [options](Session& session) { return show(session, options); });
 }
 
 }  // namespace onuqosctl

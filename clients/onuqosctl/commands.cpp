@@ -1,37 +1,37 @@
 #include "commands.h"
 
-#include <ostream>
-
 #include "name.h"
 
 namespace onuqosctl {
 
-CLI::Option* addName(CLI::App& command, const std::string& placeholder, std::string& name,
-                     const std::string& help) {
-    command.footer(clients::kNameHelp);
-    return command.add_option(placeholder, name, help)->required()->type_name("");
-}
-
-void printJson(std::ostream& out, const Json& document) {
-    out << document.dump(2) << '\n';
-}
-
-void printDone(Session& session, Family family, const std::string& text, const Json& details) {
-    if (!session.json()) {
-        session.out << text << '\n';
+void Session::require(Family family, std::int32_t result, const std::string& request,
+                      const std::string& hint) const {
+    if (result == 0) {
         return;
     }
-    Json document = {{"result", 0}, {"resultName", resultName(family, 0)}};
-    document.update(details);
-    printJson(session.out, document);
+    const std::string command = "onuqosctl ";
+    std::string addressed = hint.empty() ? resultHint(family, result) : hint;
+    for (std::size_t at = addressed.find(command); at != std::string::npos;
+         at = addressed.find(command, at + self.size())) {
+        addressed.replace(at, command.size() - 1, self);
+    }
+    throw Refusal{family, result, request, addressed};
 }
 
-Json refusalToJson(const Refusal& refusal) {
-    return {{"result", refusal.result},
-            {"resultName", resultName(refusal.family, refusal.result)},
-            {"request", refusal.request},
-            {"text", resultMeaning(refusal.family, refusal.result)},
-            {"hint", refusal.hint}};
+void does(const clients::Command& command, Action& action, Action run) {
+    command.whenNamed([&action, run = std::move(run)] { action = run; });
+}
+
+clients::Given addName(const clients::Command& command, const std::string& placeholder,
+                       const std::string& help) {
+    command.footer(clients::kNameHelp);
+    return command.argument(placeholder, help);
+}
+
+PortClass askPortClass(Session& session, const std::string& request) {
+    const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
+    session.require(Family::tcont, resultOf(reply), request);
+    return reply.data.tContRateGranularity == kTenG.granularity ? kTenG : kGpon;
 }
 
 }  // namespace onuqosctl

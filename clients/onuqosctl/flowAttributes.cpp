@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 #include "number.h"
 
@@ -37,6 +38,8 @@ FlowAssignment parseValue(const FlowAttribute& attribute, const std::string& tex
         assignment.toDefault = true;
     } else if (attribute.kind == Kind::rateOrDefault) {
         assignment.value = clients::parseRate(text);
+    } else if (attribute.kind == Kind::pcp) {
+        assignment.value = parsePcp(text);
     } else {
         assignment.value = clients::parseUnsigned(text, attribute.option);
     }
@@ -55,6 +58,11 @@ const FlowAttribute* actionAttribute(const std::string& word) {
             return !candidate.isRule() && candidate.option == "--" + word;
         });
     return found == std::end(kAttributes) ? nullptr : found;
+}
+
+std::uint32_t parsePcp(const std::string& text) {
+    constexpr std::uint32_t kLargest = std::numeric_limits<std::int32_t>::max();
+    return clients::parseUnsigned(text, "PCP", {0, kLargest, "0 to 7"});
 }
 
 std::vector<FlowAssignment> parseFlowAssignments(

@@ -40,6 +40,10 @@ struct FlowAssignment {
     clients::VlanList vlans;
 };
 
+/// A PCP of 0 to 7; what lies above travels as well, for the module to refuse, up to what an int holds.
+/// Throws clients::UsageError.
+std::uint32_t parsePcp(const std::string& text);
+
 /// Reads values in the order of the command line; `given` names attributes by their place in
 /// flowAttributes(). Throws clients::UsageError.
 std::vector<FlowAssignment> parseFlowAssignments(

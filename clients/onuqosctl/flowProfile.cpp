@@ -3,24 +3,15 @@
 #include <ostream>
 #include <utility>
 
-#include "name.h"
 #include "table.h"
-#include "text.h"
 #include "wireName.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::printable;
 using clients::Table;
 
 constexpr std::size_t kListedVlanChars = 40;
-
-struct ActionField {
-    const char* key;
-    const char* label;
-    u_int rpcOnuFlowProfileAction::*field;
-};
 
 constexpr ActionField kActionFields[] = {
     {"guarRateUs", "guaranteed rate (kbit/s)", &rpcOnuFlowProfileAction::guarRateUs},
@@ -28,10 +19,6 @@ constexpr ActionField kActionFields[] = {
     {"flowPriorityUs", "upstream priority", &rpcOnuFlowProfileAction::flowPriorityUs},
     {"flowPriorityDs", "downstream priority", &rpcOnuFlowProfileAction::flowPriorityDs},
 };
-
-std::string shownName(const FlowProfile& profile) {
-    return printable(profile.name) + (profile.nameCut ? "..." : "");
-}
 
 std::string shownPcp(const FlowProfile& profile) {
     return profile.pcp == -1 ? "-" : std::to_string(profile.pcp);
@@ -41,19 +28,10 @@ std::string shownVlans(const FlowProfile& profile) {
     return profile.vlans.empty() ? "-" : clients::formatVlans(profile.vlans);
 }
 
-rpcOnuFlowProfileAction actionOf(const FlowProfile& profile) {
-    rpcOnuFlowProfileAction action{};
-    action.guarRateUs = profile.guaranteed;
-    action.peakRateUs = profile.peak;
-    action.flowPriorityUs = profile.priorityUp;
-    action.flowPriorityDs = profile.priorityDown;
-    return action;
-}
-
 std::vector<std::pair<std::string, std::string>> actionLines(const rpcOnuFlowProfileAction& action) {
     std::vector<std::pair<std::string, std::string>> lines;
     for (const ActionField& field : kActionFields) {
-        lines.emplace_back(field.label, std::to_string(action.*field.field));
+        lines.emplace_back(field.label, std::to_string(action.*field.value));
     }
     return lines;
 }
@@ -65,47 +43,29 @@ FlowProfile flowFromWire(const rpcOnuFlowProfileInfo& record) {
     profile.name = nameFromWire(record.name);
     profile.pcp = record.rule.cPcp;
     profile.vlans = clients::vlansFromBitmap(record.rule.cVlan);
-    profile.guaranteed = record.action.guarRateUs;
-    profile.peak = record.action.peakRateUs;
-    profile.priorityUp = record.action.flowPriorityUs;
-    profile.priorityDown = record.action.flowPriorityDs;
+    profile.action = record.action;
     return profile;
 }
 
-nlohmann::ordered_json actionToJson(const rpcOnuFlowProfileAction& action) {
-    nlohmann::ordered_json json = nlohmann::ordered_json::object();
-    for (const ActionField& field : kActionFields) {
-        json[field.key] = action.*field.field;
-    }
-    return json;
+std::span<const ActionField> actionFields() {
+    return kActionFields;
 }
 
-void printAction(std::ostream& out, const rpcOnuFlowProfileAction& action) {
+void printTable(std::ostream& out, const rpcOnuFlowProfileAction& action) {
     clients::printFields(out, actionLines(action));
 }
 
-nlohmann::ordered_json flowToJson(const FlowProfile& profile) {
-    nlohmann::ordered_json json = {{"name", clients::nameToJson(profile.name)}};
-    if (profile.nameCut) {
-        json["nameCut"] = true;
-    }
-    json["cPcp"] = profile.pcp;
-    json["cVlan"] = profile.vlans;
-    json.update(actionToJson(actionOf(profile)));
-    return json;
-}
-
-void printFlow(std::ostream& out, const FlowProfile& profile) {
+void printTable(std::ostream& out, const FlowProfile& profile) {
     std::vector<std::pair<std::string, std::string>> lines = {{"name", shownName(profile)},
                                                               {"customer PCP", shownPcp(profile)},
                                                               {"customer VLANs", shownVlans(profile)}};
-    for (auto& line : actionLines(actionOf(profile))) {
+    for (auto& line : actionLines(profile.action)) {
         lines.push_back(std::move(line));
     }
     clients::printFields(out, lines);
 }
 
-void printFlows(std::ostream& out, const std::vector<FlowProfile>& profiles) {
+void printTable(std::ostream& out, const std::vector<FlowProfile>& profiles) {
     constexpr auto kRight = Table::Align::right;
     Table table({{"name"},
                  {"PCP", kRight},
@@ -119,9 +79,12 @@ void printFlows(std::ostream& out, const std::vector<FlowProfile>& profiles) {
         if (vlans.size() > kListedVlanChars) {
             vlans = vlans.substr(0, vlans.rfind(',', kListedVlanChars)) + ",...";
         }
-        table.add({shownName(profile), shownPcp(profile), std::to_string(profile.guaranteed),
-                   std::to_string(profile.peak), std::to_string(profile.priorityUp),
-                   std::to_string(profile.priorityDown), vlans});
+        std::vector<std::string> cells = {shownName(profile), shownPcp(profile)};
+        for (const ActionField& field : kActionFields) {
+            cells.push_back(std::to_string(profile.action.*field.value));
+        }
+        cells.push_back(vlans);
+        table.add(cells);
     }
     table.print(out);
 }

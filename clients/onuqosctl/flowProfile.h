@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <iosfwd>
-#include <nlohmann/json.hpp>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,18 +18,21 @@ struct FlowProfile {
     bool nameCut = false;  // the name is longer, these are its first bytes
     int pcp = -1;          // -1 for none
     clients::VlanList vlans;
-    std::uint32_t guaranteed = 0, peak = 0;
-    std::uint32_t priorityUp = 0, priorityDown = 0;
+    rpcOnuFlowProfileAction action{};
 };
 
 FlowProfile flowFromWire(const rpcOnuFlowProfileInfo& record);
 
-/// The four values of an action, without what it asks to be done with them.
-nlohmann::ordered_json actionToJson(const rpcOnuFlowProfileAction& action);
-void printAction(std::ostream& out, const rpcOnuFlowProfileAction& action);
+/// One of the four values of an action: its key in JSON, what people read.
+struct ActionField {
+    const char* key;
+    const char* label;
+    u_int rpcOnuFlowProfileAction::*value;
+};
+std::span<const ActionField> actionFields();
 
-nlohmann::ordered_json flowToJson(const FlowProfile& profile);
-void printFlow(std::ostream& out, const FlowProfile& profile);
-void printFlows(std::ostream& out, const std::vector<FlowProfile>& profiles);
+void printTable(std::ostream& out, const rpcOnuFlowProfileAction& action);
+void printTable(std::ostream& out, const FlowProfile& profile);
+void printTable(std::ostream& out, const std::vector<FlowProfile>& profiles);
 
 }  // namespace onuqosctl

@@ -2,13 +2,13 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
-#include <memory>
-#include <ostream>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "commands.h"
 #include "errors.h"
 #include "number.h"
+#include "output.h"
 #include "table.h"
 
 namespace onuqosctl {
@@ -38,7 +38,7 @@ constexpr RangeField kRangeFields[] = {
 
 int showRanges(Session& session) {
     const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
-    require(Family::tcont, resultOf(reply), "ranges");
+    session.require(Family::tcont, resultOf(reply), "ranges");
     Json json = Json::object();
     std::vector<std::pair<std::string, std::string>> lines;
     for (const RangeField& field : kRangeFields) {
@@ -55,7 +55,7 @@ int showRanges(Session& session) {
 
 int showState(Session& session) {
     const auto& reply = session.program.ask(rpc_tcontprofile_conf_apply_state_get_1);
-    require(Family::tcont, resultOf(reply), "state");
+    session.require(Family::tcont, resultOf(reply), "state");
     const bool applying = reply.applying != 0;
     if (session.json()) {
         printJson(session.out, {{"configurationApply", applying}});
@@ -71,17 +71,9 @@ std::string milliseconds(double value) {
     return text;
 }
 
-struct PingOptions {
-    std::string count = "4";
-    std::string interval = "0.2";
-};
-
-int ping(Session& session, const PingOptions& options) {
-    const std::uint32_t count = clients::parseUnsigned(options.count, "--count");
-    const double interval = clients::parseSeconds(options.interval, "--interval");
-    if (count == 0) {
-        throw clients::UsageError("--count: at least 1");
-    }
+int ping(Session& session, const clients::Given& givenCount, const clients::Given& givenInterval) {
+    const std::uint32_t count = clients::parseUnsigned(givenCount.text(), "--count", {.least = 1});
+    const double interval = clients::parseSeconds(givenInterval.text(), "--interval");
     std::vector<double> times;
     for (std::uint32_t number = 1; number <= count; ++number) {
         try {
@@ -123,24 +115,22 @@ int ping(Session& session, const PingOptions& options) {
 
 }  // namespace
 
-void addModuleCommands(CLI::App& app, Action& action) {
-    app.add_subcommand("ranges", "Shows the rates the module accepts (procedure 202)")->callback([&action] {
-        action = showRanges;
-    });
-    app.add_subcommand("state", "Tells whether a configuration apply is in progress (procedure 200)")
-        ->callback([&action] { action = showState; });
+void addModuleCommands(const clients::Command& app, Action& action) {
+    const clients::Command ranges = app.add("ranges", "Shows the rates the module accepts (procedure 202)");
+    ranges.footer(
+        "The least T-CONT rates and the T-CONT granularity are figures of the OLT's class. What a profile "
+        "may "
+        "carry, its\n"
+        "type decides, also on a 10G OLT: onuqosctl tcont create --help.");
+    does(ranges, action, showRanges);
+    does(app.add("state", "Tells whether a configuration apply is in progress (procedure 200)"), action,
+         showState);
 
-    CLI::App* pinging = app.add_subcommand("ping", "Measures how fast the module answers (procedure 0)");
-    auto options = std::make_shared<PingOptions>();
-    pinging->add_option("--count", options->count, "How many times to ask")
-        ->type_name("N")
-        ->capture_default_str();
-    pinging->add_option("--interval", options->interval, "Seconds between two questions")
-        ->type_name("S")
-        ->capture_default_str();
-    pinging->footer("Ends with status 3 unless every question was answered.");
-    pinging->callback(
-        [&action, options] { action = [options](Session& session) { return ping(session, *options); }; });
+    const clients::Command pinging = app.add("ping", "Measures how fast the module answers (procedure 0)");
+    const clients::Given count = pinging.option("--count", "N", "How many times to ask", "4");
+    const clients::Given interval = pinging.option("--interval", "S", "Seconds between two questions", "0.2");
+    pinging.footer("Ends with status 3 unless every question was answered.");
+    does(pinging, action, [count, interval](Session& session) { return ping(session, count, interval); });
 }
 
 }  // namespace onuqosctl

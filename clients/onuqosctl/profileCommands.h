@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +10,8 @@
 #include "commands.h"
 #include "errors.h"
 #include "name.h"
+#include "number.h"
+#include "output.h"
 #include "profileWalk.h"
 #include "text.h"
 
@@ -17,11 +19,21 @@ namespace onuqosctl {
 
 // The commands that T-CONT and flow profiles have in common. A family is described by a class `Of`:
 // - Profile: its profiles as this client holds them, with `name` and `nameCut`;
+// - Assignment: an attribute that the line gives a value, with `attribute->option`; attributes, parse: what
+// can
+//   be given, and how it is read;
 // - kFamily, kWord, kKind: its result codes, its word on the command line, what it is called in a sentence;
-// - get, first, next, attached, remove, rename, copy: its stubs; getNumber and so on: their procedures;
-// - fromWire, toJson, printOne, printList: its profiles in and out;
+//   kExists: the code for a name that is taken;
+// - get, first, next, attached, create, remove, rename, copy: its stubs; getNumber and so on: their
+// procedures;
+// - fromWire: its profiles off the wire;
 // - complete: fetches what the records of a walk do not tell;
-// - kListHelp, kCopyHelp: what else its help has to say.
+// - carriedTogether, createAndSet: which assignments one request can carry, and that request;
+// - setOne, setterHint: the procedure for one assignment, and why it refused;
+// - kListHelp, kCopyHelp, kRules and so on: what its help has to say.
+
+template <typename Of>
+using Assignments = std::vector<typename Of::Assignment>;
 
 template <typename Of>
 std::string requestText(const std::string& verb, const std::string& name) {
@@ -35,7 +47,7 @@ inline std::string emptyNameHint(const std::string& name) {
 template <typename Of>
 typename Of::Profile fetch(Session& session, const std::string& verb, const std::string& name) {
     const auto& reply = session.program.ask(Of::get, name);
-    require(Of::kFamily, resultOf(reply), requestText<Of>(verb, name), emptyNameHint(name));
+    session.require(Of::kFamily, resultOf(reply), requestText<Of>(verb, name), emptyNameHint(name));
     auto profile = Of::fromWire(reply.info);
     profile.name = name;
     return profile;
@@ -44,18 +56,13 @@ typename Of::Profile fetch(Session& session, const std::string& verb, const std:
 /// Prints a profile that a command made or changed, as the module now holds it: it rounds rates.
 template <typename Of>
 int printChanged(Session& session, const std::string& verb, const std::string& name) {
-    const auto profile = fetch<Of>(session, verb, name);
-    if (session.json()) {
-        printDone(session, Of::kFamily, "", {{"profile", Of::toJson(profile)}});
-    } else {
-        Of::printOne(session.out, profile);
-    }
+    printChangedProfile(session, Of::kFamily, fetch<Of>(session, verb, name));
     return clients::kCarriedOut;
 }
 
 template <typename Of>
-std::string walkComplaint(const Walk<typename Of::Profile>& walk) {
-    const std::string word = std::string("onuqosctl ") + Of::kWord;
+std::string walkComplaint(const Session& session, const Walk<typename Of::Profile>& walk) {
+    const std::string rename = session.self + " " + Of::kWord + " rename ";
     const std::string last = walk.profiles.empty() ? "" : clients::printable(walk.profiles.back().name);
     switch (walk.end) {
         case WalkEnd::complete:
@@ -65,13 +72,14 @@ std::string walkComplaint(const Walk<typename Of::Profile>& walk) {
                    "beginning, " +
                    last +
                    ", and the module cannot go on from there; \"oltctl hardware\" tells the whole name: "
-                   "rename it (" +
-                   word + " rename WHOLE-NAME NEW-NAME) or delete it, and list again";
+                   "rename "
+                   "it (" +
+                   rename +
+                   "WHOLE-NAME NEW-NAME; over TCP where it is longer than 8000 bytes) and list again";
         case WalkEnd::emptyName:
             return "the list ends early: its first profile has an empty name, and the module cannot go on "
-                   "from "
-                   "there; rename it (" +
-                   word + " rename '' NEW-NAME) and list again";
+                   "from there; rename it (" +
+                   rename + "'' NEW-NAME) and list again";
         case WalkEnd::unsteady:
             return "the profiles kept changing while they were read; list again";
         case WalkEnd::refused:
@@ -94,144 +102,197 @@ int list(Session& session) {
         walk.profiles.back().nameCut = true;
     }
     Of::complete(session.program, walk.profiles);
-
-    if (session.json()) {
-        Json profiles = Json::array();
-        for (const Profile& profile : walk.profiles) {
-            profiles.push_back(Of::toJson(profile));
-        }
-        printJson(session.out, {{"profiles", profiles}, {"complete", walk.end == WalkEnd::complete}});
-    } else {
-        Of::printList(session.out, walk.profiles);
-    }
+    printProfiles(session, walk.profiles, walk.end == WalkEnd::complete);
     if (walk.end == WalkEnd::complete) {
         return clients::kCarriedOut;
     }
     session.out.flush();
-    std::cerr << "onuqosctl: " << Of::kWord << " list: " << walkComplaint<Of>(walk) << '\n';
+    std::cerr << "onuqosctl: " << Of::kWord << " list: " << walkComplaint<Of>(session, walk) << '\n';
     return clients::kRefused;
+}
+
+/// One procedure after the other. The first refusal ends it and tells what was carried out before, with
+/// `done` in front.
+template <typename Of>
+void setEach(Session& session, const std::string& verb, const std::string& name,
+             const Assignments<Of>& assignments, std::string done = "") {
+    for (const auto& assignment : assignments) {
+        const std::int32_t result = Of::setOne(session, name, assignment);
+        if (result != 0) {
+            std::string hint =
+                name.empty() ? emptyNameHint(name) : Of::setterHint(session, result, name, assignment);
+            hint += done.empty() ? "" : (hint.empty() ? "" : "; ") + ("carried out before:" + done);
+            session.require(Of::kFamily, result,
+                            requestText<Of>(verb, name) + " " + assignment.attribute->option, hint);
+        }
+        done += std::string(" ") + assignment.attribute->option;
+    }
+}
+
+/// Refuses an existing profile unless `orSet`: the module's create-and-set would change it.
+template <typename Of>
+int create(Session& session, const std::string& name, Assignments<Of> assignments, bool orSet) {
+    const std::string request = requestText<Of>("create", name);
+    std::optional<typename Of::Profile> stored;
+    const auto& reply = session.program.ask(Of::get, name);
+    if (resultOf(reply) == 0) {
+        stored = Of::fromWire(reply.info);
+    }
+    if (!orSet && resultOf(reply) != walkCodes(Of::kFamily).notFound) {
+        session.require(Of::kFamily, stored ? Of::kExists : resultOf(reply), request,
+                        name.empty() ? "a new name must not be empty" : "");
+    }
+    const auto single = std::stable_partition(assignments.begin(), assignments.end(), Of::carriedTogether);
+    const Assignments<Of> together(assignments.begin(), single), afterwards(single, assignments.end());
+    if (together.empty() && !orSet) {
+        session.require(Of::kFamily, resultOf(session.program.tell(Of::create, name)), request);
+    } else {
+        Of::createAndSet(session, request, name, together, afterwards, stored ? &*stored : nullptr);
+    }
+    setEach<Of>(session, "create", name, afterwards, " create");
+    return printChanged<Of>(session, "create", name);
+}
+
+template <typename Of>
+int set(Session& session, const std::string& name, const Assignments<Of>& assignments, bool together) {
+    if (assignments.empty()) {
+        throw clients::UsageError(std::string(Of::kWord) + " set: nothing to set (see onuqosctl " +
+                                  Of::kWord + " set --help)");
+    }
+    if (together) {
+        const auto single = std::find_if_not(assignments.begin(), assignments.end(), Of::carriedTogether);
+        if (single != assignments.end()) {
+            throw clients::UsageError(
+                std::string(single->attribute->option) +
+                " cannot be set together with others: give it in a command without --together");
+        }
+        const auto stored = fetch<Of>(session, "set", name);
+        Of::createAndSet(session, requestText<Of>("set", name), name, assignments, {}, &stored);
+    } else {
+        setEach<Of>(session, "set", name, assignments);
+    }
+    return printChanged<Of>(session, "set", name);
 }
 
 /// Adds a command with one NAME; `run` gets its bytes.
 template <typename Run>
-CLI::App* addNameCommand(CLI::App& family, Action& action, const std::string& word, const std::string& help,
-                         Run run) {
-    CLI::App* command = family.add_subcommand(word, help);
-    auto name = std::make_shared<std::string>();
-    addName(*command, "NAME", *name, "The profile");
-    command->callback([&action, name, run] {
-        action = [name, run](Session& session) { return run(session, clients::nameFromArgument(*name)); };
-    });
-    return command;
+void addNameCommand(const clients::Command& family, Action& action, const std::string& word,
+                    const std::string& help, Run run) {
+    const clients::Command command = family.add(word, help);
+    const clients::Given name = addName(command, "NAME", "The profile");
+    does(command, action,
+         [name, run](Session& session) { return run(session, clients::nameFromArgument(name.text())); });
 }
 
 /// Adds a command with two names, the existing profile first.
 template <typename Run>
-CLI::App* addTwoNamesCommand(CLI::App& family, Action& action, const std::string& word,
-                             const std::string& help, Run run) {
-    CLI::App* command = family.add_subcommand(word, help);
-    auto names = std::make_shared<std::pair<std::string, std::string>>();
-    addName(*command, "NAME", names->first, "The existing profile");
-    addName(*command, "NEW-NAME", names->second, "The name to give, 1 to 64 bytes");
-    command->callback([&action, names, run] {
-        action = [names, run](Session& session) {
-            return run(session, clients::nameFromArgument(names->first),
-                       clients::nameFromArgument(names->second));
-        };
+clients::Command addTwoNamesCommand(const clients::Command& family, Action& action, const std::string& word,
+                                    const std::string& help, Run run) {
+    const clients::Command command = family.add(word, help);
+    const clients::Given name = addName(command, "NAME", "The existing profile");
+    const clients::Given newName = addName(command, "NEW-NAME", "The name to give, 1 to 64 bytes");
+    does(command, action, [name, newName, run](Session& session) {
+        return run(session, clients::nameFromArgument(name.text()),
+                   clients::nameFromArgument(newName.text()));
     });
     return command;
 }
 
+/// create and set: a NAME, the attributes and one flag.
+template <typename Of, typename Run>
+void addValuesCommand(const clients::Command& family, Action& action, const char* word, const char* help,
+                      const char* flag, const char* flagHelp, const std::string& footer, Run run) {
+    const clients::Command command = family.add(word, help);
+    const clients::Given name = addName(command, "NAME", "The profile");
+    std::vector<clients::Given> values;
+    for (const auto& attribute : Of::attributes()) {
+        values.push_back(command.option(attribute.option, attribute.valueName, attribute.help));
+    }
+    const clients::Given flagged = command.flag(flag, flagHelp);
+    command.footer(footer + "\n" + Of::kRules + clients::kRateHelp + "\n" + clients::kNameHelp);
+    does(command, action, [=](Session& session) {
+        return run(session, clients::nameFromArgument(name.text()), Of::parse(command.inOrder(values)),
+                   flagged.present());
+    });
+}
+
 template <typename Of>
-void addSharedCommands(CLI::App& family, Action& action) {
+void addSharedCommands(const clients::Command& family, Action& action) {
     const std::string kind = Of::kKind;
     const auto procedure = [](int number) { return " (procedure " + std::to_string(number) + ")"; };
 
-    CLI::App* listing = family.add_subcommand(
-        "list", "Lists the profiles by name (procedures " + std::to_string(Of::firstNumber) + ", " +
-                    std::to_string(Of::nextNumber) + Of::kListHelp + ")");
-    listing->footer(
+    const clients::Command listing =
+        family.add("list", "Lists the profiles by name (procedures " + std::to_string(Of::firstNumber) +
+                               ", " + std::to_string(Of::nextNumber) + Of::kListHelp + ")");
+    listing.footer(
         "A rename can make names that the list cannot pass: empty ones, and ones longer than the 64 bytes "
         "that a record\n"
         "carries. The list then prints what it could read, says on standard error how to get out of it, and "
         "ends with\n"
         "status 1 (\"complete\": false in JSON).");
-    listing->callback([&action] { action = list<Of>; });
+    does(listing, action, list<Of>);
 
     addNameCommand(family, action, "show", "Shows a profile" + procedure(Of::getNumber),
                    [](Session& session, const std::string& name) {
-                       const auto profile = fetch<Of>(session, "show", name);
-                       if (session.json()) {
-                           printJson(session.out, Of::toJson(profile));
-                       } else {
-                           Of::printOne(session.out, profile);
-                       }
+                       printProfile(session, fetch<Of>(session, "show", name));
                        return clients::kCarriedOut;
                    });
+
+    addValuesCommand<Of>(family, action, "create", "Makes a new profile", "--or-set",
+                         "If the profile exists, set what is given instead of refusing", Of::kCreateHelp,
+                         create<Of>);
+    addValuesCommand<Of>(family, action, "set", "Changes a profile", "--together", Of::kTogetherHelp,
+                         Of::kSetHelp, set<Of>);
 
     addNameCommand(family, action, "delete", "Deletes a profile" + procedure(Of::removeNumber),
                    [kind](Session& session, const std::string& name) {
                        const auto result = resultOf(session.program.tell(Of::remove, name));
-                       require(Of::kFamily, result, requestText<Of>("delete", name), emptyNameHint(name));
+                       session.require(Of::kFamily, result, requestText<Of>("delete", name),
+                                       emptyNameHint(name));
                        printDone(session, Of::kFamily, kind + " " + clients::printable(name) + " deleted");
                        return clients::kCarriedOut;
                    });
 
-    addNameCommand(
-        family, action, "attached",
-        "Tells whether services use a profile" + procedure(Of::attachedNumber) +
-            ", and first whether there is such a profile" + procedure(Of::getNumber),
-        [kind](Session& session, const std::string& name) {
-            fetch<Of>(session, "attached", name);
-            const auto& reply = session.program.ask(Of::attached, name);
-            require(Of::kFamily, resultOf(reply), requestText<Of>("attached", name));
-            const bool attached = reply.attached != 0;
-            if (session.json()) {
-                printJson(session.out, {{"name", clients::nameToJson(name)}, {"attached", attached}});
-            } else {
-                session.out << kind << " " << clients::printable(name) << " is "
-                            << (attached ? "attached: services use it" : "not attached") << '\n';
-            }
-            return clients::kCarriedOut;
-        });
+    addNameCommand(family, action, "attached",
+                   "Tells whether services use a profile" + procedure(Of::attachedNumber) +
+                       ", and first whether there is such a profile" + procedure(Of::getNumber),
+                   [kind](Session& session, const std::string& name) {
+                       fetch<Of>(session, "attached", name);
+                       const auto& reply = session.program.ask(Of::attached, name);
+                       session.require(Of::kFamily, resultOf(reply), requestText<Of>("attached", name));
+                       printAttached(session, kind, name, reply.attached != 0);
+                       return clients::kCarriedOut;
+                   });
 
     addTwoNamesCommand(
         family, action, "rename", "Renames a profile" + procedure(Of::renameNumber),
         [kind](Session& session, const std::string& name, const std::string& newName) {
             const auto result = resultOf(session.program.tell(Of::rename, name, newName));
-            require(Of::kFamily, result, requestText<Of>("rename", name) + " " + clients::printable(newName));
+            session.require(Of::kFamily, result,
+                            requestText<Of>("rename", name) + " " + clients::printable(newName));
             printDone(session, Of::kFamily,
                       kind + " " + clients::printable(name) + " is now " + clients::printable(newName));
             if (newName.empty() || newName.size() > kWireNameBytes) {
                 session.out.flush();
                 std::cerr << "onuqosctl: note: no list gets past "
-                          << (newName.empty() ? "an empty name" : "a name longer than 64 bytes") << '\n';
+                          << (newName.empty() ? "an empty name" : "a name longer than 64 bytes")
+                          << "; rename reaches it\n";
             }
             return clients::kCarriedOut;
         });
 
-    CLI::App* copying = addTwoNamesCommand(
+    addTwoNamesCommand(
         family, action, "copy", "Makes a new profile like an existing one" + procedure(Of::copyNumber),
         [kind](Session& session, const std::string& name, const std::string& newName) {
             const auto result = resultOf(session.program.tell(Of::copy, name, newName));
-            require(Of::kFamily, result, requestText<Of>("copy", name) + " " + clients::printable(newName),
-                    newName.empty() ? "a new name must not be empty" : "");
+            session.require(Of::kFamily, result,
+                            requestText<Of>("copy", name) + " " + clients::printable(newName),
+                            newName.empty() ? "a new name must not be empty" : "");
             printDone(session, Of::kFamily,
                       kind + " " + clients::printable(name) + " copied to " + clients::printable(newName));
             return clients::kCarriedOut;
-        });
-    copying->footer(std::string(Of::kCopyHelp) + "\n" + clients::kNameHelp);
-}
-
-/// Refuses to create over an existing profile. The module's create-and-set would change it instead.
-template <typename Of>
-void requireAbsent(Session& session, const std::string& request, const std::string& name,
-                   std::int32_t existsCode) {
-    const std::int32_t result = resultOf(session.program.ask(Of::get, name));
-    if (result != walkCodes(Of::kFamily).notFound) {
-        require(Of::kFamily, result == 0 ? existsCode : result, request,
-                name.empty() ? "a new name must not be empty" : "");
-    }
+        })
+        .footer(std::string(Of::kCopyHelp) + "\n" + clients::kNameHelp);
 }
 
 }  // namespace onuqosctl

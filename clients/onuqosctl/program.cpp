@@ -21,12 +21,24 @@ std::string seconds(double value) {
     return text + " s";
 }
 
-}  // namespace
+/// Whether the connection is still good: the server answered, or may yet.
+bool leavesConnection(clnt_stat status) {
+    switch (status) {
+        case RPC_TIMEDOUT:
+        case RPC_VERSMISMATCH:
+        case RPC_AUTHERROR:
+        case RPC_PROGUNAVAIL:
+        case RPC_PROGVERSMISMATCH:
+        case RPC_PROCUNAVAIL:
+        case RPC_CANTDECODEARGS:
+        case RPC_SYSTEMERROR:
+            return true;
+        default:
+            return false;
+    }
+}
 
-class Program::Connection : public RpcClient {
-public:
-    using RpcClient::RpcClient;
-};
+}  // namespace
 
 Program::Program(const Endpoint& endpoint) : endpoint_(endpoint) {}
 
@@ -40,7 +52,7 @@ CLIENT* Program::prepare(Repeat repeat) {
                            : portFromPortmapper(endpoint_.udp, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
         try {
             connection_ =
-                std::make_unique<Connection>(endpoint_.udp, port, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
+                std::make_unique<RpcClient>(endpoint_.udp, port, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
         } catch (const clients::NoAnswer& error) {
             throw clients::NoAnswer(std::string(error.what()) +
                                     ": is oltmgrd running, and is this its port?");
@@ -55,6 +67,9 @@ void Program::fail(Repeat repeat) {
     const rpc_err error = connection_->lastError();
     const std::string where = std::string("127.0.0.1 ") + (endpoint_.udp ? "udp" : "tcp") + " port " +
                               std::to_string(connection_->port());
+    if (!leavesConnection(error.re_status)) {
+        connection_.reset();
+    }
     const std::string doubt =
         repeat == Repeat::no ? "; the request may have been carried out all the same" : "";
     switch (error.re_status) {
@@ -65,7 +80,8 @@ void Program::fail(Repeat repeat) {
         case RPC_CANTENCODEARGS:
         case RPC_CANTDECODEARGS:
             throw clients::UsageError(
-                "the request does not fit the protocol: a name may be at most 9000 bytes long");
+                "the request is larger than the protocol carries: over UDP about 8700 bytes in all; a name "
+                "over TCP 9000 bytes, in rename and copy about 65000");
         case RPC_PROGUNAVAIL:
         case RPC_PROGVERSMISMATCH:
         case RPC_PROCUNAVAIL:

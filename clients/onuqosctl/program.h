@@ -11,6 +11,8 @@
 
 namespace onuqosctl {
 
+class RpcClient;
+
 /// Where the program is asked, always on the loopback address.
 struct Endpoint {
     bool udp = false;
@@ -37,7 +39,8 @@ std::int32_t resultOf(const Reply& reply) {
     }
 }
 
-/// The RPC program behind its generated stubs. Connects with the first request. Not for use by several
+/// The RPC program behind its generated stubs. Connects with the first request, and anew with the one that
+/// follows a lost connection. Not for use by several
 /// threads: a reply lives in the stub and lasts until the same procedure is asked again.
 class Program {
 public:
@@ -65,7 +68,6 @@ public:
 
 private:
     enum class Repeat { no, yes };
-    class Connection;
 
     template <typename Stub, typename... Arguments>
     auto& call(Repeat repeat, Stub stub, const Arguments&... arguments) {
@@ -88,7 +90,7 @@ private:
     [[noreturn]] void fail(Repeat repeat);
 
     Endpoint endpoint_;
-    std::unique_ptr<Connection> connection_;
+    std::unique_ptr<RpcClient> connection_;
 };
 
 }  // namespace onuqosctl

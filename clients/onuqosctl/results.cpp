@@ -105,14 +105,4 @@ std::string resultHint(Family family, std::int32_t result) {
     return row != nullptr ? row->hint : "";
 }
 
-void require(Family family, std::int32_t result, const std::string& request) {
-    require(family, result, request, "");
-}
-
-void require(Family family, std::int32_t result, const std::string& request, const std::string& hint) {
-    if (result != 0) {
-        throw Refusal{family, result, request, hint.empty() ? resultHint(family, result) : hint};
-    }
-}
-
 }  // namespace onuqosctl

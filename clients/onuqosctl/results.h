@@ -31,10 +31,4 @@ struct Refusal {
     std::string hint;     // what to do about it, may be empty
 };
 
-/// Throws Refusal with the general hint unless `result` is 0.
-void require(Family family, std::int32_t result, const std::string& request);
-
-/// Throws Refusal unless `result` is 0; `hint` takes the place of the general one unless it is empty.
-void require(Family family, std::int32_t result, const std::string& request, const std::string& hint);
-
 }  // namespace onuqosctl

@@ -2,6 +2,7 @@
 
 #include <bit>
 
+#include "errors.h"
 #include "number.h"
 
 namespace onuqosctl {
@@ -52,7 +53,15 @@ std::uint32_t parseValue(const TContAttribute& attribute, const std::string& tex
     if (attribute.standsForDefault && (text == "default" || (attribute.isRate() && text == "-1"))) {
         return *attribute.standsForDefault;
     }
-    return attribute.isRate() ? clients::parseRate(text) : clients::parseUnsigned(text, attribute.option);
+    if (!attribute.isRate()) {
+        return clients::parseUnsigned(text, attribute.option);
+    }
+    const std::uint32_t rate = clients::parseRate(text);
+    if (rate == kDefaultRate) {
+        throw clients::UsageError(std::string(attribute.option) + ": " + text +
+                                  " is no rate; default stands for the type's default");
+    }
+    return rate;
 }
 
 }  // namespace
@@ -61,7 +70,8 @@ std::span<const TContAttribute> tcontAttributes() {
     return kAttributes;
 }
 
-std::vector<TContAssignment> parseAssignments(const std::vector<std::pair<std::size_t, std::string>>& given) {
+std::vector<TContAssignment> parseTContAssignments(
+    const std::vector<std::pair<std::size_t, std::string>>& given) {
     std::vector<TContAssignment> assignments;
     for (const auto& [place, text] : given) {
         assignments.push_back({&kAttributes[place], parseValue(kAttributes[place], text)});

@@ -44,6 +44,7 @@ struct TContAssignment {
 
 /// Reads values in the order of the command line; `given` names attributes by their place in
 /// tcontAttributes(). Throws clients::UsageError.
-std::vector<TContAssignment> parseAssignments(const std::vector<std::pair<std::size_t, std::string>>& given);
+std::vector<TContAssignment> parseTContAssignments(
+    const std::vector<std::pair<std::size_t, std::string>>& given);
 
 }  // namespace onuqosctl

@@ -2,16 +2,13 @@
 
 #include <ostream>
 
-#include "name.h"
 #include "program.h"
 #include "table.h"
-#include "text.h"
 #include "wireName.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::printable;
 using clients::Table;
 
 struct DbaTexts {
@@ -23,10 +20,6 @@ DbaTexts textsOf(const std::optional<TContProfile::Dba>& dba) {
         return {};
     }
     return {std::to_string(dba->allocType), std::to_string(dba->weight), std::to_string(dba->priority)};
-}
-
-std::string shownName(const TContProfile& profile) {
-    return printable(profile.name) + (profile.nameCut ? "..." : "");
 }
 
 }  // namespace
@@ -44,28 +37,7 @@ TContProfile tcontFromWire(const rpcTContProfileInfo& record, bool dbaTold) {
     return profile;
 }
 
-nlohmann::ordered_json tcontToJson(const TContProfile& profile) {
-    nlohmann::ordered_json json = {{"name", clients::nameToJson(profile.name)}};
-    if (profile.nameCut) {
-        json["nameCut"] = true;
-    }
-    json["tContId"] = profile.id;
-    json["tContType"] = profile.type;
-    json["fixedRate"] = profile.rates.fixed;
-    json["assuredRate"] = profile.rates.assured;
-    json["maximumRate"] = profile.rates.maximum;
-    for (const char* field : {"dbaAllocType", "dbaWeight", "dbaPriority"}) {
-        json[field] = nullptr;
-    }
-    if (profile.dba) {
-        json["dbaAllocType"] = profile.dba->allocType;
-        json["dbaWeight"] = profile.dba->weight;
-        json["dbaPriority"] = profile.dba->priority;
-    }
-    return json;
-}
-
-void printTCont(std::ostream& out, const TContProfile& profile) {
+void printTable(std::ostream& out, const TContProfile& profile) {
     const DbaTexts dba = textsOf(profile.dba);
     clients::printFields(out, {{"name", shownName(profile)},
                                {"T-CONT id", std::to_string(profile.id)},
@@ -78,7 +50,7 @@ void printTCont(std::ostream& out, const TContProfile& profile) {
                                {"SR-DBA priority", dba.priority}});
 }
 
-void printTConts(std::ostream& out, const std::vector<TContProfile>& profiles) {
+void printTable(std::ostream& out, const std::vector<TContProfile>& profiles) {
     constexpr auto kRight = Table::Align::right;
     Table table({{"name"},
                  {"id", kRight},

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <iosfwd>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,8 +30,7 @@ struct TContProfile {
 /// `dbaTold`: whether the procedure that gave the record fills in the three DBA fields.
 TContProfile tcontFromWire(const rpcTContProfileInfo& record, bool dbaTold);
 
-nlohmann::ordered_json tcontToJson(const TContProfile& profile);
-void printTCont(std::ostream& out, const TContProfile& profile);
-void printTConts(std::ostream& out, const std::vector<TContProfile>& profiles);
+void printTable(std::ostream& out, const TContProfile& profile);
+void printTable(std::ostream& out, const std::vector<TContProfile>& profiles);
 
 }  // namespace onuqosctl

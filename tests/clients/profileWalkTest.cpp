@@ -16,15 +16,16 @@ constexpr std::int32_t kNotFound = 3, kNoMore = 14, kError = 1;
 struct Profile {
     std::string name;
 };
+using Step = std::pair<std::int32_t, Profile>;
 
 /// Answers like the module: names in byte order, records that carry 64 bytes of a name.
 class Names {
 public:
     explicit Names(std::set<std::string> names) : names_(std::move(names)) {}
 
-    std::pair<std::int32_t, Profile> first() { return record(names_.begin()); }
+    Step first() { return record(names_.begin()); }
 
-    std::pair<std::int32_t, Profile> next(const std::string& name) {
+    Step next(const std::string& name) {
         ++questions_;
         if (beforeNext_) {
             beforeNext_(names_);
@@ -49,10 +50,8 @@ public:
     [[nodiscard]] int questions() const { return questions_; }
 
 private:
-    std::pair<std::int32_t, Profile> record(std::set<std::string>::const_iterator at) const {
-        return at == names_.end()
-                   ? std::pair<std::int32_t, Profile>{kNoMore, {}}
-                   : std::pair<std::int32_t, Profile>{0, {at->substr(0, onuqosctl::kWireNameBytes)}};
+    Step record(std::set<std::string>::const_iterator at) const {
+        return at == names_.end() ? Step{kNoMore, {}} : Step{0, {at->substr(0, onuqosctl::kWireNameBytes)}};
     }
 
     std::set<std::string> names_;
@@ -75,47 +74,35 @@ struct WalkCase {
     std::set<std::string> stored;
     std::vector<std::string> read;
     WalkEnd end;
+    const char* vanishing = nullptr;  // the profile that goes before the next one is asked for
 };
 
-class ProfileWalk : public testing::TestWithParam<WalkCase> {};
-
-TEST_P(ProfileWalk, EndsWhereTheWireEnds) {
-    const auto walk = Names(GetParam().stored).walk();
-    EXPECT_EQ(namesOf(walk), GetParam().read);
-    EXPECT_EQ(walk.end, GetParam().end);
+TEST(ProfileWalk, EndsWhereTheWireEnds) {
+    const WalkCase kCases[] = {
+        {"nothing", {}, {}, WalkEnd::complete},
+        {"byte order", {"b", "a", "\xff", "B"}, {"B", "a", "b", "\xff"}, WalkEnd::complete},
+        {"64 bytes", {"a", k64, "z"}, {"a", k64, "z"}, WalkEnd::complete},
+        {"a long name last", {"a", k64 + "m"}, {"a", k64}, WalkEnd::cutName},
+        {"a long name only", {k64 + "m"}, {k64}, WalkEnd::cutName},
+        {"a long name before others", {"a", k64 + "m", "z"}, {"a", k64}, WalkEnd::cutName},
+        {"a long name behind its beginning", {"a", k64, k64 + "m", "z"}, {"a", k64, k64}, WalkEnd::cutName},
+        {"an empty name", {"", "a"}, {""}, WalkEnd::emptyName},
+        {"one vanishes", {"a", "b", "c"}, {"b", "c"}, WalkEnd::complete, "a"},
+        {"one of 64 bytes vanishes", {k64, "z"}, {"z"}, WalkEnd::complete, k64.c_str()},
+    };
+    for (const WalkCase& walkCase : kCases) {
+        SCOPED_TRACE(walkCase.name);
+        Names names(walkCase.stored);
+        if (walkCase.vanishing != nullptr) {
+            names.beforeNext([&](std::set<std::string>& stored) { stored.erase(walkCase.vanishing); });
+        }
+        const auto walk = names.walk();
+        EXPECT_EQ(namesOf(walk), walkCase.read);
+        EXPECT_EQ(walk.end, walkCase.end);
+    }
 }
 
-const WalkCase kWalkCases[] = {
-    {"Nothing", {}, {}, WalkEnd::complete},
-    {"BytesOrder", {"b", "a", "\xff", "B"}, {"B", "a", "b", "\xff"}, WalkEnd::complete},
-    {"ExactlySixtyFourBytes", {"a", k64, "z"}, {"a", k64, "z"}, WalkEnd::complete},
-    {"LongNameLast", {"a", k64 + "m"}, {"a", k64}, WalkEnd::cutName},
-    {"LongNameOnly", {k64 + "m"}, {k64}, WalkEnd::cutName},
-    {"LongNameBeforeOthers", {"a", k64 + "m", "z"}, {"a", k64}, WalkEnd::cutName},
-    {"LongNameBehindItsOwnBeginning", {"a", k64, k64 + "m", "z"}, {"a", k64, k64}, WalkEnd::cutName},
-    {"EmptyName", {"", "a"}, {""}, WalkEnd::emptyName},
-};
-
-INSTANTIATE_TEST_SUITE_P(Tables, ProfileWalk, testing::ValuesIn(kWalkCases),
-                         [](const auto& testCase) { return std::string(testCase.param.name); });
-
-TEST(ProfileWalkUnderChange, StartsAnewWhenAProfileVanishes) {
-    Names names({"a", "b", "c"});
-    names.beforeNext([](std::set<std::string>& stored) { stored.erase("a"); });
-    const auto walk = names.walk();
-    EXPECT_EQ(namesOf(walk), (std::vector<std::string>{"b", "c"}));
-    EXPECT_EQ(walk.end, WalkEnd::complete);
-}
-
-TEST(ProfileWalkUnderChange, DoesNotTakeAVanishedNameOfSixtyFourBytesForALongOne) {
-    Names names({k64, "z"});
-    names.beforeNext([](std::set<std::string>& stored) { stored.erase(k64); });
-    const auto walk = names.walk();
-    EXPECT_EQ(namesOf(walk), std::vector<std::string>{"z"});
-    EXPECT_EQ(walk.end, WalkEnd::complete);
-}
-
-TEST(ProfileWalkUnderChange, GivesUpWhenTheTableNeverKeepsStill) {
+TEST(ProfileWalk, GivesUpWhenTheTableNeverKeepsStill) {
     int count = 0;
     Names names({"a"});
     names.beforeNext([&count](std::set<std::string>& stored) { stored = {"b" + std::to_string(++count)}; });
@@ -123,29 +110,29 @@ TEST(ProfileWalkUnderChange, GivesUpWhenTheTableNeverKeepsStill) {
     EXPECT_LT(names.questions(), 100);
 }
 
-TEST(ProfileWalkUnderChange, StopsAtAServerWhoseNamesDoNotAscend) {
+TEST(ProfileWalk, StopsAtAServerWhoseNamesDoNotAscend) {
     int questions = 0;
     const auto walk = onuqosctl::walkProfiles<Profile>(
         {kNotFound, kNoMore},
         [] {
-            return std::pair<std::int32_t, Profile>{0, {"b"}};
+            return Step{0, {"b"}};
         },
         [&questions](const std::string& name) {
             ++questions;
-            return std::pair<std::int32_t, Profile>{0, {name == "b" ? "a" : "b"}};
+            return Step{0, {name == "b" ? "a" : "b"}};
         });
     EXPECT_EQ(walk.end, WalkEnd::unsteady);
     EXPECT_LT(questions, 100);
 }
 
-TEST(ProfileWalkUnderChange, KeepsWhatItReadBeforeARefusal) {
+TEST(ProfileWalk, KeepsWhatItReadBeforeARefusal) {
     const auto walk = onuqosctl::walkProfiles<Profile>(
         {kNotFound, kNoMore},
         [] {
-            return std::pair<std::int32_t, Profile>{0, {"a"}};
+            return Step{0, {"a"}};
         },
         [](const std::string& /*name*/) {
-            return std::pair<std::int32_t, Profile>{kError, {}};
+            return Step{kError, {}};
         });
     EXPECT_EQ(namesOf(walk), std::vector<std::string>{"a"});
     EXPECT_EQ(walk.end, WalkEnd::refused);

@@ -20,18 +20,6 @@ TEST(Table, AlignsByWhatATerminalShows) {
               "\xe9\x87\x91\xe9\x87\x91 x        1244160  long\n");
 }
 
-TEST(Table, WithoutRowsShowsItsHeaders) {
-    std::ostringstream out;
-    Table({{"a"}, {"b"}}).print(out);
-    EXPECT_EQ(out.str(), "a  b\n");
-}
-
-TEST(Fields, LineUpTheirValues) {
-    std::ostringstream out;
-    clients::printFields(out, {{"id", "1"}, {"type", "5"}});
-    EXPECT_EQ(out.str(), "id    1\ntype  5\n");
-}
-
 struct BarCase {
     std::uint64_t used, capacity;
     const char* text;

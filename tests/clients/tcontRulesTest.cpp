@@ -2,103 +2,122 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <sstream>
 #include <string>
 
 namespace {
 
+using onuqosctl::kGpon;
+using onuqosctl::kTenG;
+using onuqosctl::PortClass;
 using onuqosctl::TContRates;
 
-std::uint64_t guaranteed(const TContRates& rates) {
-    return std::uint64_t{rates.fixed} + rates.assured;
-}
+/// Rates of a type 5 profile as the module keeps them.
+struct Module {
+    bool tenG;
+    TContRates rates{0, 0, 256};
 
-bool keepsTypeFive(const TContRates& rates) {
-    return (guaranteed(rates) == 0 || guaranteed(rates) >= 256) && rates.maximum >= guaranteed(rates) + 256;
-}
-
-/// Sets the rates one after the other as the module does on a GPON port. False when it refuses one.
-bool carryOut(const std::string& options, TContRates& rates) {
-    std::istringstream words(options);
-    std::string option;
-    for (std::uint32_t value = 0; words >> option >> value;) {
-        TContRates changed = rates;
-        std::uint32_t& rate = option == "--fixed"     ? changed.fixed
-                              : option == "--assured" ? changed.assured
-                                                      : changed.maximum;
-        rate = (value + 63) / 64 * 64;
-        if (!keepsTypeFive(changed)) {
-            return false;
-        }
-        rates = changed;
+    [[nodiscard]] bool takes(const TContRates& wanted) const {
+        const std::uint64_t sum = std::uint64_t{wanted.fixed} + wanted.assured;
+        return (sum == 0 || sum >= 256) && wanted.maximum >= sum + 256 &&
+               wanted.maximum <= (tenG ? 9953280U : 1244160U);
     }
-    return true;
-}
 
-TEST(SingleSteps, LeadThroughValidRatesOnly) {
-    constexpr std::uint32_t kFixed[] = {64, 100, 128, 192, 256, 300, 1000, 30000};
-    constexpr std::uint32_t kAssured[] = {1, 64, 100, 128, 192, 255};
-    constexpr TContRates kStored[] = {
-        {0, 0, 256}, {256, 0, 512}, {0, 256, 512}, {512, 4096, 8192}, {128, 192, 640}};
-    for (const TContRates& stored : kStored) {
-        for (const std::uint32_t fixed : kFixed) {
-            for (const std::uint32_t assured : kAssured) {
-                const TContRates wanted = {fixed, assured, (fixed + assured + 256 + 127) / 64 * 64 + 64};
-                if (!onuqosctl::needsSingleSteps(5, wanted)) {
-                    continue;
-                }
-                TContRates rates = stored;
-                const std::string options = onuqosctl::singleSteps(stored, wanted);
-                ASSERT_TRUE(carryOut(options, rates)) << options;
-                const auto rounded = [](std::uint32_t rate) { return (rate + 63) / 64 * 64; };
-                EXPECT_EQ(rates, (TContRates{rounded(fixed), rounded(assured), rounded(wanted.maximum)}))
-                    << options;
+    [[nodiscard]] TContRates rounded(const TContRates& wanted) const {
+        const auto up = [](std::uint32_t rate, std::uint32_t step) {
+            return (rate + step - 1) / step * step;
+        };
+        const std::uint32_t step = tenG ? 128 : 64;
+        return {up(wanted.fixed, tenG && wanted.fixed > 25600 ? 1024 : step), up(wanted.assured, step),
+                up(wanted.maximum, step)};
+    }
+
+    /// Carries out what `onuqosctl tcont set` is given. False when a step is refused.
+    bool carryOut(const std::string& options) {
+        std::istringstream words(options);
+        std::string option;
+        for (std::uint32_t value = 0; words >> option >> value;) {
+            TContRates changed = rates;
+            (option == "--fixed"     ? changed.fixed
+             : option == "--assured" ? changed.assured
+                                     : changed.maximum) = value;
+            rates = rounded(changed);
+            if (!takes(rates)) {
+                return false;
             }
         }
+        return true;
     }
+};
+
+TEST(SingleSteps, LeadFromAnyRatesToAnyOthers) {
+    std::mt19937 random(20260);
+    const auto rate = [&random] {
+        constexpr std::uint32_t kBelow[] = {1, 70, 300, 600, 3000, 40000, 1244161, 9953281};
+        return static_cast<std::uint32_t>(random() % kBelow[random() % std::size(kBelow)]);
+    };
+    int carriedOut = 0;
+    for (int round = 0; round < 60000; ++round) {
+        Module module{round % 2 == 1};
+        const PortClass& portClass = module.tenG ? kTenG : kGpon;
+        const TContRates stored = module.rounded({rate(), rate(), rate()}), wanted = {rate(), rate(), rate()};
+        const bool taken = module.takes(module.rounded(wanted)) && wanted.maximum >= 256;
+        ASSERT_EQ(onuqosctl::explainRates(5, wanted, portClass).empty(), taken)
+            << wanted.fixed << "/" << wanted.assured << "/" << wanted.maximum;
+        if (taken && module.takes(stored)) {
+            module.rates = stored;
+            const std::string options = onuqosctl::singleSteps(stored, roundedUp(wanted, portClass));
+            ASSERT_TRUE(module.carryOut(options)) << options;
+            ASSERT_EQ(module.rates, module.rounded(wanted)) << options;
+            ++carriedOut;
+        }
+    }
+    EXPECT_GT(carriedOut, 1000);
 }
 
-TEST(SingleSteps, AreThreeWhereTheFixedRateStandsAlone) {
+TEST(SingleSteps, AreAsFewAsCanBe) {
     EXPECT_EQ(onuqosctl::singleSteps({0, 0, 256}, {256, 128, 1024}),
               "--maximum 1024 --fixed 256 --assured 128");
-}
-
-TEST(SingleSteps, AreForSmallAssuredRatesOfTypeFiveThatKeepTheRules) {
-    EXPECT_TRUE(onuqosctl::needsSingleSteps(5, {256, 255, 1024}));
-    EXPECT_FALSE(onuqosctl::needsSingleSteps(5, {256, 256, 1024}));
-    EXPECT_FALSE(onuqosctl::needsSingleSteps(5, {256, 0, 1024}));
-    EXPECT_FALSE(onuqosctl::needsSingleSteps(5, {100, 100, 1024})) << "the sum is below 256";
-    EXPECT_FALSE(onuqosctl::needsSingleSteps(5, {256, 128, 512})) << "the maximum is too low";
-    EXPECT_FALSE(onuqosctl::needsSingleSteps(3, {0, 128, 1024}));
+    EXPECT_EQ(onuqosctl::singleSteps({256, 0, 512}, {0, 256, 512}), "--fixed 0 --assured 256");
 }
 
 struct FaultCase {
     std::uint32_t type;
     TContRates rates;
-    const char* fault;  // part of the explanation; "" where the rates are right
+    const char* gpon;  // part of the explanation; "" where the rates are right
+    const char* tenG;
 };
 
 TEST(RateFaults, NameTheRuleThatIsBroken) {
+    constexpr const char* kSum = "fixed + assured rate to be 0 or at least 256";
+    constexpr const char* kAbove = "at least fixed + assured rate + 256";
     constexpr FaultCase kCases[] = {
-        {1, {256, 0, 256}, ""},
-        {1, {255, 0, 255}, "fixed rate must be at least 256"},
-        {2, {0, 0, 0}, "assured rate must be at least 256"},
-        {3, {0, 256, 511}, "maximum rate must be at least 512"},
-        {3, {0, 512, 767}, "assured rate + 256"},
-        {3, {0, 512, 768}, ""},
-        {3, {0, 4294967295, 4294967295}, "assured rate + 256"},
-        {4, {0, 0, 255}, "maximum rate must be at least 256"},
-        {5, {0, 0, 256}, ""},
-        {5, {100, 155, 1024}, "0 or at least 256"},
-        {5, {100, 156, 512}, ""},
-        {5, {256, 0, 511}, "fixed + assured rate + 256"},
-        {5, {4294967295, 4294967295, 4294967295}, "fixed + assured rate + 256"},
-        {6, {0, 0, 0}, ""},
+        {1, {256, 0, 256}, "", ""},
+        {1, {255, 0, 255}, "fixed rate must be at least 256", "fixed rate must be at least 256"},
+        {1, {1244161, 0, 0}, "fixed rate must be at most 1244160", ""},
+        {2, {0, 0, 0}, "assured rate must be at least 256", "assured rate must be at least 256"},
+        {3, {0, 256, 511}, "maximum rate must be at least 512", "maximum rate must be at least 512"},
+        {3, {0, 512, 700}, "rounded to 0/512/704, type 3 needs", ""},
+        {3, {0, 512, 640}, "type 3 needs a maximum rate", "type 3 needs a maximum rate"},
+        {3, {0, 4294967295, 4294967295}, "at most 1244160", "at most 9953280"},
+        {4, {0, 0, 255}, "maximum rate must be at least 256", "maximum rate must be at least 256"},
+        {5, {0, 0, 256}, "", ""},
+        {5, {100, 100, 1024}, "", ""},
+        {5, {64, 64, 1024}, kSum, ""},
+        {5, {1, 0, 1024}, "rounded to 64/0/1024, ", "rounded to 128/0/1024, "},
+        {5, {256, 0, 449}, "", ""},
+        {5, {256, 0, 448}, kAbove, ""},
+        {5, {25601, 0, 25920}, "", kAbove},
+        {6, {0, 0, 0}, "", ""},
     };
     for (const FaultCase& faultCase : kCases) {
-        const std::string fault = onuqosctl::explainRates(faultCase.type, faultCase.rates);
-        EXPECT_EQ(fault.empty(), *faultCase.fault == '\0') << fault;
-        EXPECT_NE(fault.find(faultCase.fault), std::string::npos) << fault;
+        for (const auto& [portClass, expected] :
+             {std::pair(kGpon, faultCase.gpon), std::pair(kTenG, faultCase.tenG)}) {
+            const std::string fault = onuqosctl::explainRates(faultCase.type, faultCase.rates, portClass);
+            EXPECT_EQ(fault.empty(), *expected == '\0') << fault;
+            EXPECT_NE(fault.find(expected), std::string::npos) << fault;
+        }
     }
 }
 

@@ -1,75 +1,19 @@
-#include "operatorCommands.h"
-
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <map>
-#include <set>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "answer.h"
 #include "errors.h"
+#include "request.h"
 
 namespace {
 
 using oltctl::Argument;
 using oltctl::Json;
-
-// The control channel's commands and all their arguments.
-const std::map<std::string, std::set<std::string>> kControlCommands = {
-    {"list-commands", {}},
-    {"status", {}},
-    {"service-apply",
-     {"interface", "service", "flowProfile", "tcontProfile", "virtualPort", "termPointType", "termPointId"}},
-    {"service-remove", {"interface", "service"}},
-    {"service-list", {}},
-    {"flow-service-get", {"interface", "flowId"}},
-    {"message", {"name", "argument"}},
-    {"config-apply-start", {}},
-    {"config-apply-stop", {}},
-    {"default-settings", {}},
-    {"interface-event", {"interface", "event"}},
-    {"onu-config-event", {"interface", "ready", "other"}},
-    {"port-distance-set", {"interface", "min", "max"}},
-    {"port-available-set", {"interface", "fixed", "total"}},
-    {"interface-type-set", {"interface", "type"}},
-    {"service-profile-add", {"name", "tcontProfile", "flowProfile"}},
-    {"service-profile-remove", {"name"}},
-    {"service-profile-list", {}},
-    {"alarms-get", {}},
-    {"hardware-get", {}},
-    {"fault-set", {"operation", "answer", "times", "after"}},
-    {"fault-clear", {"operation"}},
-    {"config-save", {"file", "force"}},
-    {"log-level", {"level"}},
-    {"shutdown", {}},
-};
-
-TEST(OperatorCommands, ReachEveryControlCommandWithEveryArgument) {
-    std::map<std::string, std::set<std::string>> reached;
-    for (const oltctl::OperatorCommand& row : oltctl::operatorCommands()) {
-        auto& keys = reached[row.command];
-        for (const Argument& argument : row.arguments) {
-            keys.insert(argument.key);
-        }
-    }
-    EXPECT_EQ(reached, kControlCommands);
-}
-
-TEST(OperatorCommands, BeginWithAGroupWhereTheyHaveTwoWords) {
-    std::set<std::string> words;
-    for (const oltctl::OperatorCommand& row : oltctl::operatorCommands()) {
-        const std::string text = row.words;
-        EXPECT_TRUE(words.insert(text).second) << text;
-        const std::string group = text.substr(0, text.find(' '));
-        const bool known =
-            std::any_of(oltctl::groups().begin(), oltctl::groups().end(),
-                        [&](const oltctl::Group& candidate) { return candidate.word == group; });
-        EXPECT_EQ(known, text.find(' ') != std::string::npos) << text;
-    }
-}
 
 TEST(ArgumentValue, FollowsTheKind) {
     const auto value = [](Argument::Kind kind, const char* text, const char* nullWord = nullptr) {
@@ -80,6 +24,9 @@ TEST(ArgumentValue, FollowsTheKind) {
     EXPECT_EQ(value(Argument::Kind::number, "none", "none"), Json(nullptr));
     EXPECT_EQ(value(Argument::Kind::text, "17"), Json("17"));
     EXPECT_EQ(value(Argument::Kind::text, "base64:/w=="), Json({{"base64", "/w=="}}));
+    EXPECT_EQ(value(Argument::Kind::path, "a/b"), Json(std::filesystem::current_path() / "a/b"));
+    EXPECT_EQ(value(Argument::Kind::path, "/\xff"), Json({{"base64", "L/8="}}));
+    EXPECT_THROW(value(Argument::Kind::path, ""), clients::UsageError);
     EXPECT_EQ(value(Argument::Kind::yesNo, "yes"), Json(true));
     EXPECT_EQ(value(Argument::Kind::yesNo, "no"), Json(false));
     EXPECT_EQ(value(Argument::Kind::flag, "true"), Json(true));
@@ -88,13 +35,8 @@ TEST(ArgumentValue, FollowsTheKind) {
     EXPECT_THROW(value(Argument::Kind::yesNo, "maybe"), clients::UsageError);
 }
 
-struct AnswerCase {
-    const char* answer;
-    const char* refusal;
-};
-
 TEST(Refusal, IsToldByTheServerOrTheModule) {
-    constexpr AnswerCase kCases[] = {
+    constexpr std::pair<const char*, const char*> kCases[] = {
         {R"({"result": 0, "text": "fine"})", ""},
         {R"({"result": 0, "arguments": {"res": 0, "resName": "onuQosResOk"}})", ""},
         {R"({"result": 0, "arguments": {"ok": true}})", ""},
@@ -105,9 +47,8 @@ TEST(Refusal, IsToldByTheServerOrTheModule) {
         {R"({"result": 0, "arguments": {"ok": false}})", "not carried out; the log of oltmgrd says why"},
         {R"({"result": 0, "arguments": [1]})", ""},
     };
-    for (const AnswerCase& answerCase : kCases) {
-        EXPECT_EQ(oltctl::refusalText(Json::parse(answerCase.answer)), answerCase.refusal)
-            << answerCase.answer;
+    for (const auto& [answer, refusal] : kCases) {
+        EXPECT_EQ(oltctl::refusalText(Json::parse(answer)), refusal) << answer;
     }
 }
 
@@ -126,12 +67,13 @@ TEST(Printing, ShowsValuesThenTables) {
               "interface  name  x\n"
               "      101  a\n"
               "        7  \\xff  -\n");
-    EXPECT_EQ(printed(R"({"result": 0, "arguments": {"debug": true, "vlans": [7, 8, 9, 12], "ports": [70000],
-                           "calls": {"create": 2}, "none": []}})"),
-              "debug  yes\n"
-              "vlans  7-9,12\n"
-              "ports  70000\n"
-              "none   -\n"
+    EXPECT_EQ(printed(R"({"result": 0, "arguments": {"debug": true, "cVlan": [7, 8, 9, 12], "onus": [70000],
+                           "numbers": [1, 2, 3], "calls": {"create": 2}, "none": []}})"),
+              "debug    yes\n"
+              "cVlan    7-9,12\n"
+              "onus     70000\n"
+              "numbers  1 2 3\n"
+              "none     -\n"
               "\n"
               "calls:\n"
               "create  2\n");

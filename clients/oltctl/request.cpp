@@ -1,0 +1,73 @@
+#include "request.h"
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "errors.h"
+#include "name.h"
+#include "number.h"
+#include "text.h"
+
+namespace oltctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string lineOf(const std::string& command, const Json& arguments) {
+    return Json{{"command", command}, {"arguments", arguments}}.dump();
+}
+
+}  // namespace
+
+Json argumentValue(const Argument& argument, const std::string& text) {
+    using Kind = Argument::Kind;
+    if (argument.nullWord != nullptr && text == argument.nullWord) {
+        return nullptr;
+    }
+    switch (argument.kind) {
+        case Kind::text:
+            return clients::nameToJson(clients::nameFromArgument(text));
+        case Kind::path:
+            if (text.empty()) {
+                throw clients::UsageError(std::string(argument.option) + ": the path is empty");
+            }
+            return clients::nameToJson(std::filesystem::absolute(text).string());
+        case Kind::number:
+            return clients::parseInteger(text, argument.option);
+        case Kind::yesNo:
+            if (text == "yes" || text == "true" || text == "no" || text == "false") {
+                return text == "yes" || text == "true";
+            }
+            throw clients::UsageError(std::string(argument.option) + ": " + clients::inQuotes(text) +
+                                      " is neither yes nor no");
+        case Kind::flag:
+            break;
+    }
+    return true;
+}
+
+std::string requestLine(const OperatorCommand& row, const std::vector<std::optional<std::string>>& texts) {
+    Json arguments = Json::object();
+    if (row.fixedKey != nullptr) {
+        arguments[row.fixedKey] = row.fixedValue;
+    }
+    for (std::size_t at = 0; at < texts.size(); ++at) {
+        if (texts[at]) {
+            arguments[row.arguments[at].key] = argumentValue(row.arguments[at], *texts[at]);
+        }
+    }
+    return lineOf(row.command, arguments);
+}
+
+std::string requestLine(const std::string& command, const std::string& arguments) {
+    if (!clients::isUtf8(command)) {
+        throw clients::UsageError("call: a control command's name is UTF-8");
+    }
+    const Json parsed = Json::parse(arguments, nullptr, false);
+    if (!parsed.is_object()) {
+        throw clients::UsageError("call: the arguments are not a JSON object");
+    }
+    return lineOf(command, parsed);
+}
+
+}  // namespace oltctl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "operatorCommands.h"
+
+namespace oltctl {
+
+/// The request's value for what the command line gave. Throws clients::UsageError.
+nlohmann::ordered_json argumentValue(const Argument& argument, const std::string& text);
+
+/// The line that asks for a command; `texts` holds what the command line gave for each of its arguments.
+/// Throws clients::UsageError.
+std::string requestLine(const OperatorCommand& row, const std::vector<std::optional<std::string>>& texts);
+
+/// The line that asks for any control command with `arguments`, a JSON object. Throws clients::UsageError.
+std::string requestLine(const std::string& command, const std::string& arguments);
+
+}  // namespace oltctl

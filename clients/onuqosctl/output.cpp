@@ -1,0 +1,150 @@
+#include "output.h"
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "errors.h"
+#include "name.h"
+#include "text.h"
+
+namespace onuqosctl {
+namespace {
+
+template <typename Profile>
+Json nameToJson(const Profile& profile) {
+    Json json = {{"name", clients::nameToJson(profile.name)}};
+    if (profile.nameCut) {
+        json["nameCut"] = true;
+    }
+    return json;
+}
+
+Json toJson(const rpcOnuFlowProfileAction& action) {
+    Json json = Json::object();
+    for (const ActionField& field : actionFields()) {
+        json[field.key] = action.*field.value;
+    }
+    return json;
+}
+
+Json toJson(const FlowProfile& profile) {
+    Json json = nameToJson(profile);
+    json["cPcp"] = profile.pcp;
+    json["cVlan"] = profile.vlans;
+    json.update(toJson(profile.action));
+    return json;
+}
+
+Json toJson(const TContProfile& profile) {
+    Json json = nameToJson(profile);
+    json["tContId"] = profile.id;
+    json["tContType"] = profile.type;
+    json["fixedRate"] = profile.rates.fixed;
+    json["assuredRate"] = profile.rates.assured;
+    json["maximumRate"] = profile.rates.maximum;
+    json["dbaAllocType"] = profile.dba ? Json(profile.dba->allocType) : Json();
+    json["dbaWeight"] = profile.dba ? Json(profile.dba->weight) : Json();
+    json["dbaPriority"] = profile.dba ? Json(profile.dba->priority) : Json();
+    return json;
+}
+
+}  // namespace
+
+void printJson(std::ostream& out, const Json& document) {
+    out << document.dump(2) << '\n';
+}
+
+void printDone(Session& session, Family family, const std::string& text) {
+    if (session.json()) {
+        printJson(session.out, {{"result", 0}, {"resultName", resultName(family, 0)}});
+    } else {
+        session.out << text << '\n';
+    }
+}
+
+int report(const Refusal& refusal, clients::Format format) {
+    const std::string name = resultName(refusal.family, refusal.result);
+    const std::string meaning = resultMeaning(refusal.family, refusal.result);
+    if (format == clients::Format::json) {
+        printJson(std::cout, {{"result", refusal.result},
+                              {"resultName", name},
+                              {"request", refusal.request},
+                              {"text", meaning},
+                              {"hint", refusal.hint}});
+    }
+    std::cerr << "onuqosctl: " << refusal.request << ": " << name << " (" << refusal.result
+              << "): " << meaning << '\n';
+    if (!refusal.hint.empty()) {
+        std::cerr << "hint: " << refusal.hint << '\n';
+    }
+    return clients::kRefused;
+}
+
+template <typename Profile>
+void printProfile(Session& session, const Profile& profile) {
+    if (session.json()) {
+        printJson(session.out, toJson(profile));
+    } else {
+        printTable(session.out, profile);
+    }
+}
+
+template <typename Profile>
+void printChangedProfile(Session& session, Family family, const Profile& profile) {
+    if (session.json()) {
+        printJson(session.out,
+                  {{"result", 0}, {"resultName", resultName(family, 0)}, {"profile", toJson(profile)}});
+    } else {
+        printTable(session.out, profile);
+    }
+}
+
+template <typename Profile>
+void printProfiles(Session& session, const std::vector<Profile>& profiles, bool complete) {
+    if (session.json()) {
+        Json list = Json::array();
+        for (const Profile& profile : profiles) {
+            list.push_back(toJson(profile));
+        }
+        printJson(session.out, {{"profiles", list}, {"complete", complete}});
+    } else {
+        printTable(session.out, profiles);
+    }
+}
+
+template void printProfile(Session& session, const TContProfile& profile);
+template void printProfile(Session& session, const FlowProfile& profile);
+template void printChangedProfile(Session& session, Family family, const TContProfile& profile);
+template void printChangedProfile(Session& session, Family family, const FlowProfile& profile);
+template void printProfiles(Session& session, const std::vector<TContProfile>& profiles, bool complete);
+template void printProfiles(Session& session, const std::vector<FlowProfile>& profiles, bool complete);
+
+void printAttached(Session& session, const std::string& kind, const std::string& name, bool attached) {
+    if (session.json()) {
+        printJson(session.out, {{"name", clients::nameToJson(name)}, {"attached", attached}});
+    } else {
+        session.out << kind << " " << clients::printable(name) << " is "
+                    << (attached ? "attached: services use it" : "not attached") << '\n';
+    }
+}
+
+void printDefaults(Session& session, TContProfile profile, const std::string& title) {
+    if (session.json()) {
+        Json json = toJson(profile);
+        json.erase("name");
+        printJson(session.out, json);
+    } else {
+        profile.name = title;
+        printTable(session.out, profile);
+    }
+}
+
+void printDefaults(Session& session, const rpcOnuFlowProfileAction& action) {
+    if (session.json()) {
+        printJson(session.out, toJson(action));
+    } else {
+        printTable(session.out, action);
+    }
+}
+
+}  // namespace onuqosctl
