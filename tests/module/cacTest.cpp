@@ -1,109 +1,383 @@
-#include <gmock/gmock.h>
+#include "cac/configuredOnus.h"
+#include "cac/limits.h"
+#include "cac/overhead.h"
+#include "moduleTest.h"
 
-#include "refusedCalls.h"
+// Bandwidth admission control: the functions of rates and sums, the accounting, the checks and the alarm.
 
 namespace {
 
-using enum onuQos::onuQosRes;
-using testing::ElementsAre;
-using Lines = std::vector<std::string>;
-using enum Refusal::Leaves;
+using cac::Overhead;
+constexpr std::uint32_t kMost = 0xFFFFFFFF;
+
+/// `percent` of `rate`, truncated, and up to the next multiple of 64.
+std::uint32_t share(std::uint64_t rate, std::uint64_t percent) {
+    const std::uint64_t truncated = rate * percent / 100;
+    return static_cast<std::uint32_t>(truncated + (64 - truncated % 64) % 64);
+}
 
 class CacTest : public ModuleTest {
 protected:
-    /// Asks for two values that must stay as they are unless the answer is Ok; then it is the second.
-    template <typename Ask>
-    static std::function<int()> two(Ask ask) {
-        return [ask] {
-            unsigned int first = 7, second = 8;
-            const int res = ask(first, second);
-            if (res != onuQosResOk) {
-                return first == 7 && second == 8 ? res : -1;
-            }
-            return static_cast<int>(second);
-        };
+    onuQosOltCacInfo port(unsigned int intf = 1) const { return tables().onuQosOltCacMap.at(intf); }
+
+    static onuQosOltCacInfo sums(std::uint32_t fixed, std::uint32_t assured, bool violation = false) {
+        return {.fixedAlloc = fixed, .assuredAlloc = assured, .cacViolation = violation};
+    }
+
+    /// Lets the platform report these rates free on port 1, bytes per second.
+    static void setFree(unsigned int fixed, unsigned int total) {
+        standin::ports::overrideAvailable(1, standin::ports::Available{fixed, total});
+    }
+
+    /// Binds a T-CONT profile to an ONU as its only one; every ONU has its own service.
+    void bindOnly(unsigned int onu, const std::string& tCont) {
+        EXPECT_EQ(bind(onu, "s", "f", tCont, 1), onuQosResOk);
+    }
+
+    void remove(unsigned int onu) { EXPECT_EQ(module_.onuQosServiceRemove(onu, "s"), onuQosResOk); }
+
+    /// The reports of port 1's alarm so far: "+" for a report, "-" for a retreat.
+    static std::string reports() {
+        std::string text;
+        for (const auto& alarm : standin::alarms::snapshot().history) {
+            EXPECT_EQ(std::tuple(alarm.code, alarm.interface, alarm.board, alarm.text),
+                      std::tuple(1600570U, 1U, 0, ""));
+            EXPECT_THAT(alarm.numbers, ElementsAre(1, 3, 11));
+            text += alarm.action == Diagnostics::Report ? "+" : "-";
+        }
+        return text;
     }
 };
 
-void nothing() {}
-
 }  // namespace
 
-TEST_F(CacTest, eachRefusedCallOfQuestions) {
-    const auto available = [this](unsigned int& a, unsigned int& b) {
-        return module_.onuQosOltActualAvailRatesGet(1, a, b);
+TEST(CacFunctions, overheadsOnBothSidesOfEachBoundary) {
+    struct Boundary {
+        std::uint32_t at, below, above;
     };
-    const auto speed = [this](unsigned int& a, unsigned int& b) {
-        return module_.onuQosOltIntfCacSpeedGet(1, a, b);
+    constexpr Boundary kFixed[] = {{512, 400, 225}, {1024, 225, 138}, {2048, 138, 94}, {4032, 94, 51},
+                                   {8000, 51, 29},  {16000, 29, 19},  {32000, 19, 13}, {64000, 13, 10},
+                                   {128000, 10, 9}, {256000, 9, 8}};
+    for (const auto& [at, below, above] : kFixed) {
+        EXPECT_EQ(cac::tContOverhead(at - 1, 0), (Overhead{share(at - 1, below), 0})) << at;
+        EXPECT_EQ(cac::tContOverhead(at, 0), (Overhead{share(at, above), 0})) << at;
+    }
+    constexpr Boundary kAssured[] = {{2048, 50, 44},  {4032, 44, 26}, {8000, 26, 16}, {16000, 16, 12},
+                                     {32000, 12, 10}, {64000, 10, 8}, {512000, 8, 7}};
+    for (const auto& [at, below, above] : kAssured) {
+        EXPECT_EQ(cac::tContOverhead(0, at - 1), (Overhead{0, share(at - 1, below)})) << at;
+        EXPECT_EQ(cac::tContOverhead(0, at), (Overhead{0, share(at, above)})) << at;
+    }
+    EXPECT_EQ(cac::tContOverhead(2048, 2048), (Overhead{1984, 960}));
+    EXPECT_EQ(cac::tContOverhead(1, 1), (Overhead{64, 0})) << "half a kbit/s is truncated";
+    EXPECT_EQ(cac::tContOverhead(kMost, 0), (Overhead{42949696, 0})) << "the product has 32 bits";
+
+    struct Row {
+        std::uint32_t alloc, fixed, assured;
     };
-    const auto speedCalls = [](const char* last) {
-        return Calls{{"sharedLock", before, {lockLine("onuQosOltIntfCacSpeedGet")}}} + typeCalls() +
-               Calls{{"interfacePhyStateGet", before}, {last, before}};
-    };
-    const auto notFit = [](const std::string& operation) {
-        return Lines{refusalLine(operation, "onuQosRatesOverheadGet() failed for intf: 101")};
-    };
-    const std::string est = "onuQosEstCacOnServiceApply";
-    const RefusedChange changes[] = {
-        {nothing,
-         [this] {
-             oltPortBw wanted{7};
-             const int res = module_.getOltPortBwIntf(1, wanted);
-             return res == 0 || wanted == 7 ? res : -1;
-         },
-         classCalls()},
-        {nothing, two([this](auto& a, auto& b) { return module_.onuQosPonLinkDistanceGet(1, a, b); }),
-         distanceCalls()},
-        {nothing, two([this](auto& a, auto&) { return module_.onuQosGetOltMaxFixedRate(1, a); }),
-         maxFixedCalls()},
-        {nothing, two(available), actualCalls()},
-        {nothing, two(speed), speedCalls("interfaceAccessSpeedGet")},
-        {[] { standin::interfaces::setLinkUp(1, false); }, two(speed),
-         speedCalls("interfaceEthPhyCapabilityGet")},
-        {nothing, two([this](auto& a, auto& b) { return module_.onuQosRatesOverheadGet(101, 9, 9, a, b); }),
-         ratesOverheadCalls()},
-        {nothing, two([this](auto& a, auto& b) { return module_.onuQosOnuOverheadGet(101, a, b); }),
-         onuOverheadCalls()},
-        {nothing, two([this](auto& a, auto& b) { return module_.onuQosOltEstAvailRatesGet(1, a, b); }),
-         estimateCalls()},
-        {nothing, [this] { return module_.onuQosEstCacOnServiceApply(101, 0, 0); },
-         within(onuCalls("sharedLock", est), {}, false) + within(ratesOverheadCalls(), notFit(est), false)},
-        {nothing, [this] { return module_.onuQosActualCacOnServiceApply(101, 0, 0); }, admissionCalls()},
-    };
-    for (const RefusedChange& change : changes) {
-        refuseEachCall(change);
+    constexpr Row kRows[] = {{0, 256, 960},     {511, 256, 960},   {512, 512, 1216},   {1023, 512, 1216},
+                             {1024, 960, 1664}, {2047, 960, 1664}, {2048, 1920, 2432}, {kMost, 1920, 2432}};
+    for (const auto& [alloc, fixed, assured] : kRows) {
+        EXPECT_EQ(cac::onuOverhead(false, alloc, 700), (Overhead{fixed, 1216})) << alloc;
+        EXPECT_EQ(cac::onuOverhead(false, 1500, alloc), (Overhead{960, assured})) << alloc;
+        EXPECT_EQ(cac::onuOverhead(true, alloc, alloc), (Overhead{1920, 11520})) << alloc;
     }
 }
 
-TEST_F(CacTest, eachRefusedCallOfAccountingAndState) {
-    const auto t = [this] { makeRates("t", 2048, 2048); };
-    const auto over = [this] {
-        makeRates("t", 2048, 2048);
-        EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "t", true), onuQosResOk);
-        standin::ports::setDistances(1, 0, 54);
-    };
-    Calls overCalls = updateCalls(true);
-    for (std::size_t i = updateCalls(true).size() - alarmCalls(true).size(); i < overCalls.size(); ++i) {
-        overCalls[i].leaves = other;
-        overCalls[i].left = "violation 1, alarm 0";
+TEST(CacFunctions, maxFixedRateOverDistances) {
+    constexpr std::uint32_t kRows[][4] = {{0, 0, 578024, 4227072},    {54, 54, 578024, 4227072},
+                                          {55, 55, 633024, 4727072},  {1, 55, 39024, 0},
+                                          {0, 46, 72024, 87072},      {0, 47, 61024, 0},
+                                          {0, 52, 6024, 0},           {0, 53, 0, 0},
+                                          {3, 60, 6024, 0},           {2, 60, 0, 0},
+                                          {8, 60, 61024, 47072},      {7, 60, 50024, 0},
+                                          {0, kMost, 0, 0},           {20, 19, 0, 0},
+                                          {kMost, 0, 567024, 4137072}};
+    for (const auto& [min, max, gpon, tenG] : kRows) {
+        EXPECT_EQ(cac::maxFixedRate(oltPortBwGpon, min, max), gpon) << min << " to " << max;
+        EXPECT_EQ(cac::maxFixedRate(oltPortBw10G, min, max), tenG) << min << " to " << max;
     }
-    const auto update = [this] { return module_.onuQosOltCacStateUpdate(1); };
-    const RefusedChange changes[] = {
-        {t, [this] { return module_.onuQosCalcAllocRatesOnTContChange(101, "t", true); },
-         accountTContCalls(true)},
-        {nothing, [this] { return module_.onuQosCalcAllocRatesOnOnuChange(101, true); },
-         accountOnuCalls(true)},
-        {nothing, update, updateCalls(false)},
-        {over, update, overCalls,
-         [this] {
-             return "violation " + std::to_string(tables().onuQosOltCacMap.at(1).cacViolation) + ", alarm " +
-                    std::to_string(tables().onuQosOltCacAlarmMap.at(1));
-         }},
-        {nothing, [this] { return module_.onuQosOltCacAlarm(1, true); }, alarmCalls(true)},
+}
+
+TEST(CacFunctions, verdictsNameTheLimitAndWhatIsMissing) {
+    using enum cac::Limit;
+    const auto expect = [](const cac::Verdict& verdict, cac::Limit binding, std::uint64_t missing) {
+        EXPECT_EQ(verdict.binding, binding);
+        EXPECT_EQ(verdict.missing, missing);
+        EXPECT_EQ(static_cast<bool>(verdict), binding == none);
     };
-    for (const RefusedChange& change : changes) {
-        refuseEachCall(change);
+    expect(cac::actualVerdict(100, 50, 100, 150), none, 0);
+    expect(cac::actualVerdict(100, 53, 100, 150), total, 3);
+    expect(cac::actualVerdict(101, 50, 100, 100), fixed, 1);  // the fixed limit comes first
+    expect(cac::actualVerdict(kMost, kMost, kMost, kMost), total, kMost);
+    expect(cac::portVerdict({.fixedAlloc = 100, .assuredAlloc = 50}, 99, 150), fixed, 1);
+    expect(cac::portVerdict({.fixedAlloc = 2, .assuredAlloc = kMost}, 100, 150), total, kMost - 148ULL);
+    // The sums of the estimated check are 32 bits wide.
+    expect(cac::estimatedVerdict({.fixedAlloc = 60, .assuredAlloc = 22}, 40, 30, 100, 150), total, 2);
+    expect(cac::estimatedVerdict({.fixedAlloc = kMost, .assuredAlloc = 7}, 1, 3, 100, 150), none, 0);
+
+    EXPECT_EQ(cac::remaining(100, 99), 1U);
+    EXPECT_EQ(cac::remaining(100, 100), 0U);
+    EXPECT_EQ(cac::remaining(100, 0x100000000ULL), 0U);
+}
+
+TEST(ConfiguredOnus, asksAnewAfterAnEventAndForTheOnuThatDecides) {
+    ConfiguredOnus onus;
+    for (const std::uint32_t onu : {1U, 2U, 3U}) {
+        onus.add(onu);
     }
+    onus.setConfigured(1, true);
+    std::vector<std::uint32_t> asked;
+    std::optional<std::uint32_t> parent = 7;
+    const auto find = [&](std::uint32_t port, bool eventMeanwhile = false) {
+        asked.clear();
+        return onus.otherOnPort(port, 2, [&](std::uint32_t onu) {
+            asked.push_back(onu);
+            if (eventMeanwhile) {
+                onus.forgetParent(onu);
+            }
+            return parent;
+        });
+    };
+    EXPECT_FALSE(find(8, true).found);
+    EXPECT_THAT(asked, ElementsAre(1, 3)) << "all but the one that asks";
+    parent = 8;
+    EXPECT_TRUE(find(8).found);
+    EXPECT_THAT(asked, ElementsAre(1)) << "an answer from before the event is forgotten";
+    EXPECT_FALSE(find(7).found);
+    EXPECT_THAT(asked, ElementsAre(3)) << "1 is known to be elsewhere";
+    EXPECT_FALSE(find(7).found);
+    EXPECT_THAT(asked, IsEmpty());
+
+    parent = std::nullopt;
+    EXPECT_EQ(find(8).unanswered, 1U);
+    parent = 7;
+    EXPECT_FALSE(find(8).found) << "it moved, and no event told";
+    EXPECT_TRUE(find(7).found);
+    EXPECT_THAT(asked, ElementsAre(1));
+}
+
+TEST_F(CacTest, removalTakesOffWhatWasAddedInWhateverOrder) {
+    makeFlow("f");
+    makeRates("t", 2048, 2048);
+    makeTCont("zero");
+    bindOnly(101, "t");
+    EXPECT_EQ(port(), sums(2048 + 1984 + 1920, 2048 + 960 + 11520));
+    bindOnly(102, "zero");  // on a port that holds more than 2048 of each
+    EXPECT_EQ(port(), sums(5952 + 1920, 14528 + 2432));
+    bindOnly(201, "zero");  // the first of its own port
+    EXPECT_EQ(port(2), sums(1920, 11520));
+    remove(101);
+    EXPECT_EQ(port(), sums(1920, 2432));
+    bindOnly(101, "zero");  // now the second
+    EXPECT_EQ(port(), sums(1920 + 960, 2432 + 2432));
+    remove(102);
+    EXPECT_EQ(port(), sums(960, 2432));
+    bindOnly(103, "zero");
+    EXPECT_EQ(port(), sums(960 + 512, 2432 + 2432));
+    remove(101);
+    remove(103);
+    EXPECT_EQ(port(), sums(0, 0));
+    EXPECT_EQ(tables().onuQosOnuCacMap.at(101), onuQosOnuCacInfo{});
+
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "t", true), onuQosResOk);
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnOnuChange(101, true), onuQosResOk);
+    const onuQosTables once = tables();
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "t", true), onuQosResError);
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnOnuChange(101, true), onuQosResError);
+    EXPECT_EQ(tables(), once);
+}
+
+TEST_F(CacTest, anOnuCountsOnThePortWhereItsLastEventLeftIt) {
+    makeFlow("f");
+    makeTCont("zero");
+    bindOnly(101, "zero");
+    unsigned int fixed = 0, assured = 0;
+    const auto overhead = [&](unsigned int onu) {
+        EXPECT_EQ(module_.onuQosOnuOverheadGet(onu, fixed, assured), onuQosResOk);
+        return fixed;
+    };
+    EXPECT_EQ(overhead(201), 1920U);
+    standin::Inventory moved = inventory();
+    moved.onus[0].parent = 2;
+    standin::configure(moved);
+    EXPECT_EQ(overhead(201), 1920U) << "asked once, remembered";
+    module_.interfaceStateChange(101, Interfaces::interfaceEventUp);
+    EXPECT_EQ(overhead(201), 256U) << "no longer the first on port 2, which holds nothing";
+    EXPECT_EQ(overhead(102), 1920U) << "the first on port 1 now";
+    EXPECT_EQ(overhead(101), 1920U) << "itself does not count";
+
+    // While its parent cannot be had, every ONU after it in the order of the indexes has to wait.
+    module_.interfaceStateChange(101, Interfaces::interfaceEventDown);
+    fail("interfaceParentGet", 1, 1, 1);
+    EXPECT_EQ(module_.onuQosOnuOverheadGet(201, fixed, assured), onuQosResError);
+    EXPECT_THAT(logLines(), ElementsAre(refusalLine("onuQosOnuOverheadGet",
+                                                    "interfaceParentGet() failed for ONU intf: 101")));
+    EXPECT_EQ(overhead(201), 256U);
+}
+
+TEST_F(CacTest, checksAdmitWhatJustFits) {
+    makeFlow("f");
+    makeTCont("zero");
+    // Rates of which the sum with the overhead meets the class limit, on an empty port and on one that holds
+    // 1920 and 11520.
+    const unsigned int mostFixed = byClass(1148736U, 9183744U);
+    const unsigned int mostAssured = byClass(1159424U, 9269568U);
+    const unsigned int mostAssuredBeside = byClass(1146880U, 9257024U);
+    const auto estimate = [this](unsigned int fixed, unsigned int assured) {
+        return module_.onuQosEstCacOnServiceApply(101, fixed, assured);
+    };
+    EXPECT_TRUE(estimate(mostFixed, 0));
+    EXPECT_TRUE(estimate(0, mostAssured));
+    EXPECT_FALSE(estimate(mostFixed + 1, 0));
+    EXPECT_THAT(logLines(), ElementsAre(refusalLine("onuQosEstCacOnServiceApply",
+                                                    "estimated CAC check() failed for intf: 101")));
+    EXPECT_FALSE(estimate(0, mostAssured + 1));
+    EXPECT_FALSE(estimate(mostFixed, 1));
+    bindOnly(102, "zero");
+    EXPECT_TRUE(estimate(0, mostAssuredBeside));
+    EXPECT_FALSE(estimate(0, mostAssuredBeside + 1));
+    EXPECT_FALSE(estimate(mostFixed, 0));
+    logLines();
+
+    // 2048 and 2048 take 4032 and 3008 with their overheads; the platform counts bytes per second.
+    const auto actual = [this] { return module_.onuQosActualCacOnServiceApply(101, 2048, 2048); };
+    setFree(4032 * 125, 7040 * 125);
+    EXPECT_TRUE(actual());
+    EXPECT_THAT(logLines(), IsEmpty());
+    setFree(4032 * 125 - 1, 7040 * 125);
+    EXPECT_FALSE(actual());
+    setFree(4032 * 125, 7040 * 125 - 1);
+    EXPECT_FALSE(actual());
+    EXPECT_EQ(logLines().back(),
+              refusalLine("onuQosActualCacOnServiceApply", "actual CAC check() failed for intf: 101"));
+}
+
+TEST_F(CacTest, whatManagementSeesOfAPort) {
+    makeFlow("f");
+    makeRates("big", 0, byClass(1000000U, 8000000U));
+    unsigned int values[4];
+    bool violation = true;
+    const auto see = [&] {
+        EXPECT_EQ(module_.onuQosCacOltGet(1, values[0], values[1], values[2], values[3], violation),
+                  onuQosResOk);
+        return std::vector<unsigned int>(values, values + 4);
+    };
+    const unsigned int all = byClass(1240640U, 9918464U);
+    const unsigned int maxFixed = byClass(358024U, 2427072U);  // over 20 km
+    EXPECT_THAT(see(), ElementsAre(maxFixed, all, all, all));
+    EXPECT_FALSE(violation);
+    setFree(124999, 2000000);
+    EXPECT_THAT(see(), ElementsAre(999, 16000, 999, 16000));
+    setFree(kMost, 124999);
+    EXPECT_THAT(see(), ElementsAre(maxFixed, 999, 34359738, 999)) << "each by the platform's of its kind";
+    standin::ports::setDistances(1, 0, 54);
+    standin::ports::overrideAvailable(1, std::nullopt);
+    EXPECT_THAT(see(), ElementsAre(0, all, all, all));
+    standin::ports::setDistances(1, 0, 20);
+
+    bindOnly(101, "big");
+    setFree(kMost, kMost);
+    const unsigned int left = byClass(157184U, 1345024U);
+    EXPECT_THAT(see(), ElementsAre(left, left, 34359738, 34359738)) << "the fixed by the assured";
+    unsigned int fixed = 0, assured = 0;
+    EXPECT_EQ(module_.onuQosOltEstAvailRatesGet(1, fixed, assured), onuQosResOk);
+    EXPECT_EQ(std::pair(fixed, assured), std::pair(maxFixed - 1920, left));
+    fail("getAvailableBandwith");
+    EXPECT_THAT(see(), ElementsAre(left, left, kMost, kMost));
+    logLines();
+    standin::ports::setDistances(1, 0, 54);
+    module_.onuQosOltPortDistanceChangedEventHandler(1);
+    EXPECT_THAT(see(), ElementsAre(0, left, 34359738, 34359738));
+    EXPECT_TRUE(violation);
+    EXPECT_THAT(logLines(), IsEmpty());
+}
+
+TEST_F(CacTest, theAlarmIsReportedOnceATransition) {
+    makeFlow("f");
+    makeRates("t", byClass(93696U, 93184U), 0);
+    bindOnly(101, "t");
+    EXPECT_EQ(reports(), "");
+    if (!kTenG) {
+        standin::ports::setDistances(1, 0, 43);  // 105024, to the last kbit/s what the port holds
+        EXPECT_EQ(port(), sums(105024, 11520));
+        EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResOk);
+        EXPECT_FALSE(port().cacViolation);
+    }
+    standin::ports::setDistances(1, 0, 54);
+    fail("reportAlarm");
+    module_.onuQosOltPortDistanceChangedEventHandler(1);
+    EXPECT_TRUE(port().cacViolation);
+    EXPECT_FALSE(tables().onuQosOltCacAlarmMap.at(1));
+    const std::string handler = "onuQosOltPortDistanceChangedEventHandler";
+    EXPECT_THAT(
+        logLines(),
+        ElementsAre(
+            errorLine("onuQosOltCacAlarm", "reportAlarm Report failed for errorCode: 1600570, intf: 1"),
+            refusalLine("onuQosOltCacStateUpdate",
+                        "onuQosOltCacAlarm() failed for OLT intf: 1reportAlarm: True"),
+            errorLine(handler, "ONUQOS::" + handler + " - onuQosOltCacStateUpdate() failed for intf: 1")));
+    EXPECT_EQ(reports(), "");
+    module_.onuQosOltPortDistanceChangedEventHandler(1);
+    EXPECT_EQ(reports(), "+");
+    EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResOk);
+    EXPECT_EQ(module_.onuQosOltCacAlarm(1, true), onuQosResOk);
+    EXPECT_EQ(reports(), "+");
+    standin::ports::setDistances(1, 0, 20);
+    fail("reportAlarm");
+    EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResError);
+    EXPECT_FALSE(port().cacViolation);
+    EXPECT_TRUE(tables().onuQosOltCacAlarmMap.at(1));
+    EXPECT_EQ(logLines().front(),
+              errorLine("onuQosOltCacAlarm", "reportAlarm Retreat failed for errorCode: 1600570, intf: 1"));
+    EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResOk);
+    EXPECT_EQ(reports(), "+-");
+    standin::ports::setDistances(1, 0, 54);
+    EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResOk);
+    remove(101);  // the port is empty again
+    EXPECT_EQ(reports(), "+-+-");
+}
+
+TEST_F(CacTest, sumsThatHaveWrappedCountAs64Bits) {
+    makeFlow("f");
+    makeTCont("t");
+    makeRates("other", 0, 8192);
+    makeRates("fixed", 8192, 0);
+    bindOnly(101, "t");
+    bindOnly(102, "fixed");
+    EXPECT_EQ(port(), sums(1920 + 8192 + 2432 + 1920, 11520 + 2432));
+    // A profile of other rates takes the name; they are what the removal takes off.
+    EXPECT_EQ(module_.tContProfileDelete("t"), onuQosResOk);
+    EXPECT_EQ(module_.tContProfileRename("other", "t"), onuQosResOk);
+    remove(101);
+    EXPECT_EQ(port(), sums(12544, 0U - 5760, true));
+    unsigned int fixed = 0, assured = 0;
+    EXPECT_EQ(module_.onuQosOltEstAvailRatesGet(1, fixed, assured), onuQosResOk);
+    EXPECT_EQ(assured, 0U);
+    EXPECT_TRUE(module_.onuQosEstCacOnServiceApply(102, 0, 0)) << "this one adds in 32 bits";
+}
+
+TEST_F(CacTest, theFlowQuestionLooksTheSecondNameUpInBothStores) {
+    makeFlow("f");
+    makeTCont("t");
+    makeFlow("both");
+    makeTCont("both", tContType5, 2);
+    const auto ask = [this](const char* first, const char* second, unsigned int onu = 101) {
+        return module_.onuQosFlowCacOnServiceApply(onu, first, second);
+    };
+    EXPECT_EQ(ask("f", "t"), onuQosResNotFound);
+    EXPECT_EQ(ask("f", "f"), onuQosResNotFound);
+    const auto notFound = [](const std::string& table) {
+        return refusalLine("onuQosFlowCacOnServiceApply", table + ".find() failed for intf: 101");
+    };
+    EXPECT_THAT(logLines(), ElementsAre(notFound("onuFlowProfileMap"), notFound("tContProfileMap")));
+    EXPECT_EQ(ask("f", "both"), onuQosResOk);
+    bindOnly(101, "t");
+    EXPECT_EQ(ask("f", "both"), onuQosResExists);
+    EXPECT_EQ(ask("both", "both"), onuQosResOk);
+    const unsigned int unknown = 900'000 + static_cast<unsigned int>(tables().onuQosServiceIntfMap.size());
+    EXPECT_EQ(ask("f", "both", unknown), onuQosResOk);
+    EXPECT_TRUE(tables().onuQosServiceIntfMap.contains(unknown)) << "with a binding table from then on";
 }
 
 TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
@@ -112,105 +386,70 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
     platform.onus[2].parent = 90;
     platform.others = {{.interface = 90, .type = 5}};
     startAgain(platform);
-    makeFlow("t");
     makeTCont("t");
     unsigned int a = 0, b = 0, c = 0, d = 0;
     bool violation = false;
     oltPortBw bandwidthClass{};
     using Ask = std::function<int(unsigned int)>;
-    const Ask tCont = [&](auto i) { return module_.onuQosCalcAllocRatesOnTContChange(i, "t", true); };
-    const Ask onu = [&](auto i) { return module_.onuQosCalcAllocRatesOnOnuChange(i, true); };
-    const Ask est = [&](auto i) { return module_.onuQosEstCacOnServiceApply(i, 0, 0); };
-    const Ask actual = [&](auto i) { return module_.onuQosActualCacOnServiceApply(i, 0, 0); };
-    const Ask rates = [&](auto i) { return module_.onuQosRatesOverheadGet(i, 0, 0, a, b); };
-    const Ask overhead = [&](auto i) { return module_.onuQosOnuOverheadGet(i, a, b); };
-    const Ask estimate = [&](auto i) { return module_.onuQosOltEstAvailRatesGet(i, a, b); };
-    const Ask update = [&](auto i) { return module_.onuQosOltCacStateUpdate(i); };
-    const Ask alarm = [&](auto i) { return module_.onuQosOltCacAlarm(i, true); };
-    const Ask bandwidth = [&](auto i) { return module_.getOltPortBwIntf(i, bandwidthClass); };
-    const Ask cac = [&](auto i) { return module_.onuQosCacOltGet(i, a, b, c, d, violation); };
-    const auto noPort = [](const std::string& operation) {
-        return Lines{refusalLine(operation, "onuQosOltCacMap.find() failed for OLT intf: 90")};
-    };
-    const auto cacFails = [](const std::string& intf) {
-        return refusalLine("onuQosCacOltGet", "onuQosOltEstAvailRatesGet failed for OLT intf: " + intf);
-    };
-
-    constexpr int kError = onuQosResError;
-    constexpr int kWrong = onuQosResWrongIntf;
-    constexpr int kPort90 = 3;  ///< makes 90 a port, without records
-    constexpr int kOnu2 = 4;    ///< makes 2 an ONU, without records
-    struct Row {
+    struct Question {
+        std::string operation;
         Ask ask;
-        unsigned int intf;
-        int answer;
-        Lines log;
-        int as = 0;
+        bool ofOnu;                  ///< else of a port
+        int wrong = onuQosResError;  ///< the answer for an interface of another type
     };
+    constexpr int kWrong = onuQosResWrongIntf;
     // clang-format off
-    const Row rows[] = {
-        {tCont, 1, kWrong, {}},
-        {tCont, 999, kError, {}},
-        {tCont, 2, kError, {refusalLine("onuQosCalcAllocRatesOnTContChange",
-         "onuQosOnuCacMap.find() failed for ONU intf: 2")}, kOnu2},
-        {tCont, 103, kError, noPort("onuQosCalcAllocRatesOnTContChange")},
-        {onu, 1, kWrong, {}},
-        {onu, 999, kError, {}},
-        {onu, 2, kError, {refusalLine("onuQosCalcAllocRatesOnOnuChange",
-         "onuQosOnuCacMap.find() failed for ONU intf: 2")}, kOnu2},
-        {onu, 103, kError, noPort("onuQosCalcAllocRatesOnOnuChange")},
-        {est, 1, false, {}},
-        {est, 999, false, {}},
-        {est, 103, false, noPort("onuQosEstCacOnServiceApply")},
-        {actual, 1, false, {}},
-        {actual, 103, false, noPort("onuQosActualCacOnServiceApply")},
-        {rates, 1, kWrong, {}},
-        {rates, 999, kError, {}},
-        {rates, 103, kError, noPort("onuQosRatesOverheadGet")},
-        {overhead, 1, kWrong, {}},
-        {overhead, 999, kError, {}},
-        {overhead, 103, kError, noPort("onuQosOnuOverheadGet")},
-        {estimate, 101, kWrong, {}},
-        {estimate, 999, kError, {}},
-        {estimate, 90, kError, noPort("onuQosOltEstAvailRatesGet"), kPort90},
-        {update, 101, kError, {}},
-        {update, 90, kError, noPort("onuQosOltCacStateUpdate"), kPort90},
-        {alarm, 101, kError, {}},
-        {alarm, 90, kError,
-         {refusalLine("onuQosOltCacAlarm", "onuQosOltCacAlarmMap.find() failed for OLT intf: 90")}, kPort90},
-        {bandwidth, 101, kError, {}},
-        {cac, 101, kError, {cacFails("101")}},
-        {cac, 90, kError, {noPort("onuQosOltEstAvailRatesGet")[0], cacFails("90")}, kPort90},
-        {[&](auto i) {return module_.onuQosPonLinkDistanceGet(i, a, b); }, 101, kError, {}},
-        {[&](auto i) {return module_.onuQosOltActualAvailRatesGet(i, a, b); }, 101, kError, {}},
-        {[&](auto i) {return module_.onuQosOltIntfCacSpeedGet(i, a, b); }, 101, kError, {}},
-        {[&](auto i) {return module_.onuQosCalcAllocRatesOnTContChange(i, "x", true); }, 101,
-         onuQosResNotFound,
-         {refusalLine("onuQosCalcAllocRatesOnTContChange", "tContProfileMap.find() failed for profile: x")}},
-        {[&](auto i) {return module_.onuQosCalcAllocRatesOnTContChange(i, "t", false); }, 101, kError,
-         {refusalLine("onuQosCalcAllocRatesOnTContChange",
-         "onuQosTContIntfCacInfoMap.find() failed for ONU intf: 101")}},
-        {[&](auto i) {return module_.onuQosCalcAllocRatesOnOnuChange(i, false); }, 101, kError,
-         {refusalLine("onuQosCalcAllocRatesOnOnuChange",
-         "onuQosOnuCacMap[intf].configured() failed for ONU intf: 101")}},
-        {[&](auto i) {return module_.onuQosFlowCacOnServiceApply(i, "f", "x"); }, 101, onuQosResNotFound,
-         {refusalLine("onuQosFlowCacOnServiceApply", "onuFlowProfileMap.find() failed for intf: 101")}},
+    const Question questions[] = {
+        {"onuQosCalcAllocRatesOnTContChange",
+         [&](auto i) { return module_.onuQosCalcAllocRatesOnTContChange(i, "t", true); }, true, kWrong},
+        {"onuQosCalcAllocRatesOnOnuChange",
+         [&](auto i) { return module_.onuQosCalcAllocRatesOnOnuChange(i, true); }, true, kWrong},
+        {"onuQosRatesOverheadGet", [&](auto i) { return module_.onuQosRatesOverheadGet(i, 0, 0, a, b); }, true, kWrong},
+        {"onuQosOnuOverheadGet", [&](auto i) { return module_.onuQosOnuOverheadGet(i, a, b); }, true, kWrong},
+        {"onuQosEstCacOnServiceApply", [&](auto i) { return !module_.onuQosEstCacOnServiceApply(i, 0, 0); }, true},
+        {"onuQosActualCacOnServiceApply", [&](auto i) { return !module_.onuQosActualCacOnServiceApply(i, 0, 0); }, true},
+        {"onuQosOltEstAvailRatesGet", [&](auto i) { return module_.onuQosOltEstAvailRatesGet(i, a, b); }, false, kWrong},
+        {"onuQosOltCacStateUpdate", [&](auto i) { return module_.onuQosOltCacStateUpdate(i); }, false},
+        {"onuQosOltCacAlarm", [&](auto i) { return module_.onuQosOltCacAlarm(i, true); }, false},
+        {"onuQosCacOltGet", [&](auto i) { return module_.onuQosCacOltGet(i, a, b, c, d, violation); }, false},
+        {"", [&](auto i) { return module_.getOltPortBwIntf(i, bandwidthClass); }, false},
+        {"", [&](auto i) { return module_.onuQosPonLinkDistanceGet(i, a, b); }, false},
+        {"", [&](auto i) { return module_.onuQosOltActualAvailRatesGet(i, a, b); }, false},
+        {"", [&](auto i) { return module_.onuQosOltIntfCacSpeedGet(i, a, b); }, false},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE("row " + std::to_string(&row - rows) + ", interface " + std::to_string(row.intf));
-        if (row.as != 0) {
-            standin::interfaces::overrideType(row.intf, row.as);
+    const Snapshot before = snapshot();
+    for (const auto& [operation, ask, ofOnu, wrong] : questions) {
+        SCOPED_TRACE("question " + operation);
+        EXPECT_EQ(ask(ofOnu ? 1 : 101), wrong);
+        EXPECT_EQ(ask(999), onuQosResError) << "of no type";
+        logLines();
+        if (ofOnu) {
+            EXPECT_EQ(ask(103), onuQosResError) << "its parent is no port";
+        } else if (!operation.empty()) {
+            standin::interfaces::overrideType(90, 3);
+            EXPECT_EQ(ask(90), onuQosResError) << "a port without records";
+            standin::interfaces::restoreType(90);
         }
-        const Snapshot before = snapshot();
-        EXPECT_EQ(row.ask(row.intf), row.answer);
-        EXPECT_EQ(logLines(), row.log);
+        if (!operation.empty()) {
+            EXPECT_THAT(logLines().at(0), testing::EndsWith("Map.find() failed for OLT intf: 90\n"));
+        }
         EXPECT_EQ(snapshot(), before);
     }
+    standin::interfaces::overrideType(2, 4);
+    for (const Question* question : {questions, questions + 1}) {
+        EXPECT_EQ(question->ask(2), onuQosResError) << "an ONU without records";
+        EXPECT_THAT(logLines(), ElementsAre(refusalLine(question->operation,
+                                                        "onuQosOnuCacMap.find() failed for ONU intf: 2")));
+    }
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "x", true), onuQosResNotFound);
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "t", false), onuQosResError)
+        << "nothing to take off";
+    EXPECT_EQ(module_.onuQosCalcAllocRatesOnOnuChange(101, false), onuQosResError);
 
     standin::Inventory odd = inventory();
     odd.ports[0].technology = 3;
     startAgain(odd);
-    EXPECT_EQ(bandwidth(1), kError);
+    EXPECT_EQ(module_.getOltPortBwIntf(1, bandwidthClass), onuQosResError);
     EXPECT_THAT(logLines(), ElementsAre(errorLine("getOltPortBwIntf", "unknown tech_type: 3 for intf: 1")));
 }

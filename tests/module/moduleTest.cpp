@@ -1,9 +1,28 @@
 #include "moduleTest.h"
 
 #include <algorithm>
-#include <map>
 #include <sstream>
-#include <string_view>
+
+namespace {
+
+/// The same words for what is stored and for what was pushed.
+template <typename Profile>
+std::string tContWords(const Profile& profile) {
+    std::ostringstream text;
+    text << profile.tContId << " " << profile.tContType << " " << profile.fixedRate << "/"
+         << profile.assuredRate << "/" << profile.maximumRate << " " << profile.dbaAllocType << " "
+         << profile.dbaWeight << " " << profile.dbaPriority;
+    return text.str();
+}
+
+template <typename Rule, typename Action>
+std::string flowWords(const std::string& name, const Rule& rule, const Action& action) {
+    return testing::PrintToString(std::tuple(name, rule.cPcp, rule.cVlan, action.guarRateUs,
+                                             action.peakRateUs, action.flowPriorityUs,
+                                             action.flowPriorityDs));
+}
+
+}  // namespace
 
 void PrintTo(const Snapshot& snapshot, std::ostream* out) {
     std::ostringstream dump;
@@ -26,10 +45,10 @@ std::string refusalLine(const std::string& operation, const std::string& text) {
     return errorLine(operation, "ONUQOS ERROR - " + text);
 }
 
-std::vector<std::string> logLines(standin::LogCapture& log) {
+Lines logLines(standin::LogCapture& log) {
     const std::string file = "onuQos.cpp:";
     const std::string digits = "0123456789";
-    std::vector<std::string> lines;
+    Lines lines;
     for (const auto& [level, text] : log.lines()) {
         const bool numbered = text.starts_with(file) && text.find_first_of(digits) == file.size();
         lines.push_back(numbered ? file + text.substr(text.find_first_not_of(digits, file.size())) : text);
@@ -38,25 +57,20 @@ std::vector<std::string> logLines(standin::LogCapture& log) {
     return lines;
 }
 
-ModuleTest::ModuleTest() {
-    startAgain();
-}
-
 ModuleTest::~ModuleTest() {
     standin::faults::clearAll();
     module_.configurationApplyStop();
 }
 
 standin::Inventory ModuleTest::inventory() {
-    const int technology = onuQos::TCONT_PROFILE_RATE_MAX == 9953280 ? 2 : 1;
     standin::Inventory platform;
     for (const unsigned int port : {1U, 2U}) {
-        platform.ports.push_back({.interface = port, .olt = port, .port = port, .technology = technology});
+        platform.ports.push_back({.interface = port, .olt = port, .port = port, .technology = kTenG ? 2 : 1});
         for (unsigned int onu = 1; onu <= 3; ++onu) {
             platform.onus.push_back({.interface = 100 * port + onu, .parent = port, .port = onu});
         }
     }
-    platform.features = {{5, true}, {isActive(13) ? 13 : 15, technology == 2}};
+    platform.features = {{5, true}, {isActive(13) ? 13 : 15, kTenG}};
     return platform;
 }
 
@@ -73,12 +87,12 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
     const onuQosTables known = tables();
     for (const auto& port : platform.ports) {
         if (!known.onuQosOltCacMap.contains(port.interface)) {
-            ASSERT_EQ(module_.onuQosOltIntfInit(port.interface), onuQos::onuQosResOk);
+            ASSERT_EQ(module_.onuQosOltIntfInit(port.interface), onuQosResOk);
         }
     }
     for (const auto& onu : platform.onus) {
         if (!known.onuQosOnuCacMap.contains(onu.interface)) {
-            ASSERT_EQ(module_.onuQosOnuIntfInit(onu.interface), onuQos::onuQosResOk) << onu.interface;
+            ASSERT_EQ(module_.onuQosOnuIntfInit(onu.interface), onuQosResOk) << onu.interface;
         }
         module_.interfaceStateChange(static_cast<int>(onu.interface), Interfaces::interfaceEvent_t{});
     }
@@ -87,16 +101,8 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
 
 onuQosTables ModuleTest::tables() const {
     onuQosTables copy;
-    EXPECT_EQ(module_.onuQosTablesGet(copy), onuQos::onuQosResOk);
+    EXPECT_EQ(module_.onuQosTablesGet(copy), onuQosResOk);
     return copy;
-}
-
-Snapshot ModuleTest::snapshot() const {
-    return {.tables = tables(), .hardware = standin::hardware::snapshot()};
-}
-
-std::vector<std::string> ModuleTest::logLines() {
-    return ::logLines(*log_);
 }
 
 void ModuleTest::fail(const std::string& operation, int answer, std::uint64_t times, std::uint64_t after) {
@@ -111,148 +117,92 @@ std::vector<standin::Call> ModuleTest::callsOf(const std::function<void()>& chan
     return standin::calls::traceStop();
 }
 
-std::vector<std::string> ModuleTest::traceOf(const std::function<void()>& change) {
-    std::vector<std::string> trace;
-    for (const auto& call : callsOf(change)) {
-        if (call.operation != standin::Operation::exclusiveLock &&
-            call.operation != standin::Operation::sharedLock) {
-            trace.push_back(std::string(name(call.operation)) + "(" + call.arguments + ")");
+Lines ModuleTest::traceOf(const std::function<void()>& change) {
+    Lines trace;
+    for (const auto& [operation, arguments] : callsOf(change)) {
+        if (operation != standin::Operation::exclusiveLock && operation != standin::Operation::sharedLock) {
+            trace.push_back(std::string(name(operation)) + "(" + arguments + ")");
         }
     }
     return trace;
 }
 
-void ModuleTest::refuseEachCall(const RefusedChange& changed) {
-    const auto startOver = [&] {
-        startAgain();
-        changed.prepare();
-        ASSERT_EQ(logLines(), std::vector<std::string>{});
-    };
-    startOver();
-    int done = 0;
-    const auto calls = callsOf([&] { done = changed.change(); });
-    EXPECT_EQ(logLines(), std::vector<std::string>{});
-    const Snapshot after = snapshot();
-
-    auto row = changed.calls.begin();
-    std::map<standin::Operation, std::uint64_t> occurrences;
-    for (const auto& [operation, arguments] : calls) {
-        const std::uint64_t occurrence = occurrences[operation]++;
-        SCOPED_TRACE(std::string(name(operation)) + " no. " + std::to_string(occurrence + 1) + " refused");
-        Refusal refusal{.call = "isActive", .leaves = Refusal::Leaves::done};
-        if (operation != standin::Operation::isActive) {
-            ASSERT_NE(row, changed.calls.end()) << "a call that is not listed";
-            refusal = *row++;
-            ASSERT_EQ(refusal.call, name(operation));
-        }
-        startOver();
-        const Snapshot before = snapshot();
-        standin::faults::set(operation, {.answer = 1, .times = 1, .after = occurrence});
-        const int answer = changed.change();
-        EXPECT_TRUE(standin::faults::list().empty()) << "the call was not made again";
-        EXPECT_EQ(logLines(), refusal.log);
-        EXPECT_EQ(answer, refusal.leaves == Refusal::Leaves::done ? done : refusal.answer);
-        if (refusal.leaves == Refusal::Leaves::other) {
-            EXPECT_EQ(changed.describe(), refusal.left);
-            expectMirrorAgrees();
-        } else {
-            EXPECT_EQ(snapshot(), refusal.leaves == Refusal::Leaves::done ? after : before);
-        }
-    }
-    EXPECT_EQ(row, changed.calls.end()) << "listed and not called: " << row->call;
-}
-
-void ModuleTest::expectMirrorAgrees(const MirrorGaps& gaps) const {
+void ModuleTest::expectMirrorAgrees(const std::set<std::string>& withoutRule) const {
     const auto [now, hardware] = snapshot();
 
-    std::map<std::string, standin::TContProfile> tConts;
+    std::set<std::string> stored, pushed;
     for (const auto& profile : hardware.tContProfiles) {
-        tConts[profile.name] = profile;
+        pushed.insert(profile.name + " " + tContWords(profile));
+        const auto found = now.tContProfileMap.find(profile.name);
+        ASSERT_NE(found, now.tContProfileMap.end()) << profile.name << " is pushed and not stored";
+        tContProfileInfo info = found->second;
+        const auto unpushed = [](auto pushedValue, auto& storedValue, auto byDefault) {
+            storedValue = pushedValue == 0 && storedValue == byDefault ? decltype(byDefault){} : storedValue;
+        };
+        unpushed(profile.dbaAllocType, info.dbaAllocType, tContDbaMode2);
+        unpushed(profile.dbaWeight, info.dbaWeight, 1U);
+        stored.insert(info.name + " " + tContWords(info));
     }
-    EXPECT_EQ(tConts.size(), now.tContProfileMap.size());
-    const auto srdbaAgrees = [](auto pushed, auto stored, auto byDefault) {
-        using Number = std::int64_t;
-        return Number{pushed} == Number{stored} || (pushed == 0 && Number{stored} == Number{byDefault});
-    };
-    for (const auto& [name, stored] : now.tContProfileMap) {
-        SCOPED_TRACE("T-CONT profile " + name);
-        EXPECT_EQ(stored.name, name);
-        const auto& pushed = tConts[name];
-        EXPECT_EQ(pushed.tContId, stored.tContId);
-        EXPECT_EQ(pushed.tContType, stored.tContType);
-        EXPECT_EQ(pushed.fixedRate, stored.fixedRate);
-        EXPECT_EQ(pushed.assuredRate, stored.assuredRate);
-        EXPECT_EQ(pushed.maximumRate, stored.maximumRate);
-        EXPECT_TRUE(srdbaAgrees(pushed.dbaAllocType, stored.dbaAllocType, 2)) << pushed.dbaAllocType;
-        EXPECT_TRUE(srdbaAgrees(pushed.dbaWeight, stored.dbaWeight, 1)) << pushed.dbaWeight;
-        EXPECT_TRUE(srdbaAgrees(pushed.dbaPriority, stored.dbaPriority, 0)) << pushed.dbaPriority;
-    }
+    EXPECT_EQ(pushed, stored);
+    EXPECT_EQ(pushed.size(), now.tContProfileMap.size());
 
-    std::map<std::string, standin::FlowProfile> flows;
+    stored.clear();
+    pushed.clear();
     for (const auto& profile : hardware.flowProfiles) {
-        flows[profile.name] = profile;
+        pushed.insert(flowWords(profile.name, profile, profile));
     }
-    EXPECT_EQ(flows.size(), now.onuFlowProfileMap.size());
-    for (const auto& [name, stored] : now.onuFlowProfileMap) {
-        SCOPED_TRACE("ONU flow profile " + name);
-        EXPECT_EQ(stored.name, name);
-        const auto& pushed = flows[name];
-        EXPECT_EQ(pushed.cPcp, gaps.unpushedPcps.contains(name) ? 0xFFFFFFFF : stored.rule.cPcp);
-        EXPECT_EQ(pushed.cVlan,
-                  gaps.unpushedVlans.contains(name) ? decltype(pushed.cVlan){} : stored.rule.cVlan);
-        EXPECT_EQ(pushed.guarRateUs, stored.action.guarRateUs);
-        EXPECT_EQ(pushed.peakRateUs, stored.action.peakRateUs);
-        EXPECT_EQ(pushed.flowPriorityUs, stored.action.flowPriorityUs);
-        EXPECT_EQ(pushed.flowPriorityDs, stored.action.flowPriorityDs);
+    for (const auto& [name, profile] : now.onuFlowProfileMap) {
+        EXPECT_EQ(profile.name, name);
+        stored.insert(flowWords(name, withoutRule.contains(name) ? Rule{} : profile.rule, profile.action));
     }
+    EXPECT_EQ(pushed, stored);
 
-    std::set<std::tuple<unsigned int, std::string, unsigned int>> bound;
+    std::set<std::tuple<unsigned int, std::string, unsigned int>> bound, bindings;
     for (const auto& [onu, services] : now.onuQosServiceIntfMap) {
         for (const auto& [service, binding] : services) {
             bound.emplace(onu, binding.onuFlowProfileName + "-" + binding.tContProfileName,
                           binding.virtualPortId);
         }
     }
-    std::set<std::tuple<unsigned int, std::string, unsigned int>> pushed;
     for (const auto& binding : hardware.bindings) {
-        pushed.emplace(binding.interface, binding.name, binding.virtualPort);
+        bindings.emplace(binding.interface, binding.name, binding.virtualPort);
     }
-    EXPECT_EQ(pushed, bound);
+    EXPECT_EQ(bindings, bound);
 }
 
 std::string ModuleTest::tContText(const std::string& name) const {
     const auto profiles = tables().tContProfileMap;
     const auto found = profiles.find(name);
-    if (found == profiles.end()) {
-        return "none";
-    }
-    const tContProfileInfo& info = found->second;
-    std::ostringstream text;
-    text << info.tContId << " " << info.tContType << " " << info.fixedRate << "/" << info.assuredRate << "/"
-         << info.maximumRate << " " << info.dbaAllocType << " " << info.dbaWeight << " " << info.dbaPriority;
-    return text.str();
+    return found == profiles.end() ? "none" : tContWords(found->second);
 }
 
 void ModuleTest::makeTCont(const std::string& name, onuTContProfileType type, unsigned int id) {
-    ASSERT_EQ(module_.tContProfileCreate(name), onuQos::onuQosResOk);
-    ASSERT_EQ(module_.tContProfileTypeSet(name, type), onuQos::onuQosResOk);
-    ASSERT_EQ(module_.tContProfileIdSet(name, id), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileCreate(name), onuQosResOk);
+    ASSERT_EQ(module_.tContProfileTypeSet(name, type), onuQosResOk);
+    ASSERT_EQ(module_.tContProfileIdSet(name, id), onuQosResOk);
 }
 
 void ModuleTest::makeRates(const std::string& name, unsigned int fixed, unsigned int assured,
                            unsigned int id) {
     makeTCont(name, tContType5, id);
-    ASSERT_EQ(module_.tContProfileMaximumRateSet(name, onuQos::TCONT_PROFILE_RATE_MAX), onuQos::onuQosResOk);
-    ASSERT_EQ(module_.tContProfileFixedRateSet(name, fixed), onuQos::onuQosResOk);
-    ASSERT_EQ(module_.tContProfileAssuredRateSet(name, assured), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileMaximumRateSet(name, kHighest), onuQosResOk);
+    ASSERT_EQ(module_.tContProfileFixedRateSet(name, fixed), onuQosResOk);
+    ASSERT_EQ(module_.tContProfileAssuredRateSet(name, assured), onuQosResOk);
 }
 
-void ModuleTest::makeFlow(const std::string& name) {
-    ASSERT_EQ(module_.onuFlowProfileCreate(name), onuQos::onuQosResOk);
+onuQos::onuQosRes ModuleTest::ruleSet(const std::string& name, Rule rule, int type,
+                                      onuQos::onuFlowProfileOperation operation) {
+    return module_.onuFlowProfileRuleSet(name, rule, onuQos::onuFlowProfileRuleType{type}, operation);
+}
+
+onuQos::onuQosRes ModuleTest::actionSet(const std::string& name, Action action, int type,
+                                        onuQos::onuFlowProfileOperation operation) {
+    return module_.onuFlowProfileActionSet(name, action, onuQos::onuFlowProfileActionType{type}, operation);
 }
 
 onuQos::onuQosRes ModuleTest::bind(unsigned int onu, const std::string& service, const std::string& flow,
-                                   const std::string& tCont, unsigned int virtualPort) {
-    return module_.onuQosServiceApply(onu, service, flow, tCont, virtualPort, servprofile::onuTermPointType0,
-                                      1);
+                                   const std::string& tCont, unsigned int virtualPort, int termPointType,
+                                   short termPointId) {
+    return module_.onuQosServiceApply(onu, service, flow, tCont, virtualPort,
+                                      servprofile::onuTermPointType{termPointType}, termPointId);
 }

@@ -33,48 +33,43 @@ bool freeForOthers() {
     return obtained;
 }
 
-/// Takes the locks that `kinds` names, 'x' exclusive and 's' shared, each within the one before; appends '1'
-/// for each that is obtained and '0' for each that is not.
-void nest(const char* kinds, std::string& obtained) {
-    if (*kinds == 'x') {
-        const ExclusiveLock lock;
-        obtained += lock.obtained() ? '1' : '0';
-        nest(kinds + 1, obtained);
-    } else if (*kinds == 's') {
-        const SharedLock lock;
-        obtained += lock.obtained() ? '1' : '0';
-        nest(kinds + 1, obtained);
+/// Takes the locks that `kinds` names, 'x' exclusive and 's' shared, each within the one before: '1' for each
+/// that is obtained and '0' for each that is not.
+std::string nest(const std::string& kinds) {
+    if (kinds.empty()) {
+        return "";
     }
+    const auto within = [&kinds](const auto& lock) {
+        return (lock.obtained() ? "1" : "0") + nest(kinds.substr(1));
+    };
+    return kinds[0] == 'x' ? within(ExclusiveLock()) : within(SharedLock());
 }
 
-struct NestingCase {
-    const char* name;
-    const char* kinds;
-    const char* obtained;
+class LockTest : public PlatformTest {
+protected:
+    /// Has `work` done by a thread that is to wait for the lock behind those that wait already.
+    template <typename Work>
+    std::future<bool> waiting(Work work) {
+        const auto before = standin::lock::waiting();
+        auto thread = std::async(std::launch::async, work);
+        EXPECT_TRUE(await([before] { return standin::lock::waiting() == before + 1; }));
+        return thread;
+    }
 };
 
-constexpr NestingCase kNestingCases[] = {
-    {"ExclusiveWithinExclusive", "xxx", "111"},   {"SharedWithinExclusive", "xss", "111"},
-    {"SharedWithinShared", "sss", "111"},         {"ExclusiveWithinSharedIsRefused", "sx", "10"},
-    {"RefusalLeavesTheSharedLock", "sxs", "101"}, {"ExclusiveAgainWithinShared", "xsx", "111"},
-};
-
-class LockTest : public PlatformTest {};
-
-class LockNesting : public LockTest, public testing::WithParamInterface<NestingCase> {};
-
-TEST_P(LockNesting, AnswersAndLeavesNothingBehind) {
+TEST_F(LockTest, NestsButForAnUpgradeAndLeavesNothingBehind) {
     standin::lock::setDeadline(kLongEnough);
-    std::string obtained;
-    nest(GetParam().kinds, obtained);
-    EXPECT_EQ(obtained, GetParam().obtained);
+    const std::pair<const char*, const char*> rows[] = {{"xxx", "111"}, {"xss", "111"}, {"sss", "111"},
+                                                        {"sx", "10"},   {"sxs", "101"}, {"xsx", "111"}};
+    for (const auto& [kinds, obtained] : rows) {
+        EXPECT_EQ(nest(kinds), obtained) << kinds;
+        EXPECT_TRUE(freeForOthers<ExclusiveLock>()) << kinds;
+    }
+    standin::faults::set(Operation::exclusiveLock, {.times = 1, .after = 1});
+    standin::faults::set(Operation::sharedLock, {.times = 2});
+    EXPECT_EQ(nest("xxsss"), "10001") << "faults refuse nested acquisitions too";
     EXPECT_TRUE(freeForOthers<ExclusiveLock>());
-    const std::string kinds = GetParam().kinds;
-    EXPECT_EQ(standin::calls::count(Operation::sharedLock), std::ranges::count(kinds, 's'));
 }
-
-INSTANTIATE_TEST_SUITE_P(Lock, LockNesting, testing::ValuesIn(kNestingCases),
-                         [](const auto& testCase) { return std::string(testCase.param.name); });
 
 TEST_F(LockTest, ExcludesWhatItMust) {
     {
@@ -99,8 +94,7 @@ TEST_F(LockTest, SharedLockMayOutliveTheExclusiveOneAroundIt) {
 
 TEST_F(LockTest, ReaderReentersWhileAWriterWaitsAndOthersQueueBehindIt) {
     auto reader = std::make_unique<SharedLock>();
-    auto writer = std::async(std::launch::async, obtainable<ExclusiveLock>);
-    ASSERT_TRUE(await([] { return standin::lock::waiting() == 1; }));
+    auto writer = waiting(obtainable<ExclusiveLock>);
     EXPECT_TRUE(obtainable<SharedLock>());
     EXPECT_FALSE(freeForOthers<SharedLock>());
     reader.reset();
@@ -116,36 +110,30 @@ TEST_F(LockTest, ServesInOrderOfArrivalAndNeighbouringReadersTogether) {
         order += who;
     };
     const auto write = [&](char who) {
-        const ExclusiveLock lock;
-        note(who);
-        return lock.obtained();
+        return [&note, who] {
+            const ExclusiveLock lock;
+            note(who);
+            return lock.obtained();
+        };
     };
-    // Each of the two readers stays until the other is inside, too.
-    const auto readTogether = [&] {
-        const SharedLock lock;
-        ++readersInside;
-        const bool together = await([&] { return readersInside == 2; });
-        note('r');
-        return lock.obtained() && together;
+    // Each of the readers stays until so many are inside.
+    const auto read = [&](char who, int together) {
+        return [&, who, together] {
+            const SharedLock lock;
+            ++readersInside;
+            const bool came = await([&] { return readersInside == together; });
+            note(who);
+            return lock.obtained() && came;
+        };
     };
-    const auto readAlone = [&] {
-        const SharedLock lock;
-        note('R');
-        return lock.obtained();
-    };
-
     std::vector<std::future<bool>> threads;
-    const auto queue = [&](auto work) {
-        threads.push_back(std::async(std::launch::async, work));
-        ASSERT_TRUE(await([&] { return standin::lock::waiting() == threads.size(); }));
-    };
     {
         const ExclusiveLock holder;
-        queue([&] { return write('1'); });
-        queue(readTogether);
-        queue(readTogether);
-        queue([&] { return write('2'); });
-        queue(readAlone);
+        threads.push_back(waiting(write('1')));
+        threads.push_back(waiting(read('r', 2)));
+        threads.push_back(waiting(read('r', 2)));
+        threads.push_back(waiting(write('2')));
+        threads.push_back(waiting(read('R', 3)));
     }
     for (auto& thread : threads) {
         EXPECT_TRUE(thread.get());
@@ -154,33 +142,25 @@ TEST_F(LockTest, ServesInOrderOfArrivalAndNeighbouringReadersTogether) {
 }
 
 TEST_F(LockTest, GivesUpAtTheDeadlineAndLetsThoseBehindThrough) {
+    EXPECT_EQ(standin::lock::deadline(), 30s);
     const SharedLock holder;
     standin::lock::setDeadline(100ms);
     const auto begin = std::chrono::steady_clock::now();
-    auto writer = std::async(std::launch::async, obtainable<ExclusiveLock>);
-    ASSERT_TRUE(await([] { return standin::lock::waiting() == 1; }));
+    auto writer = waiting(obtainable<ExclusiveLock>);
     standin::lock::setDeadline(kLongEnough);
     auto reader = std::async(std::launch::async, obtainable<SharedLock>);
     EXPECT_FALSE(writer.get());
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);
     EXPECT_TRUE(reader.get());
-}
-
-TEST_F(LockTest, FaultsRefuseChosenAcquisitionsNestedOnesToo) {
-    standin::faults::set(Operation::exclusiveLock, {.times = 1, .after = 1});
-    standin::faults::set(Operation::sharedLock, {.times = 2});
-    std::string obtained;
-    nest("xxsss", obtained);
-    EXPECT_EQ(obtained, "10001");
-    EXPECT_EQ(standin::calls::count(Operation::exclusiveLock), 2);
-    EXPECT_TRUE(freeForOthers<ExclusiveLock>());
+    standin::lock::setDeadline(-1ms);
+    EXPECT_EQ(standin::lock::deadline(), 0ms);
+    standin::lock::setDeadline(std::chrono::milliseconds::max());
+    EXPECT_EQ(standin::lock::deadline(), standin::lock::kLongestDeadline);
 }
 
 TEST_F(LockTest, ProtectsDataFromManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 2000;
-    int first = 0;
-    int second = 0;
+    constexpr int kThreads = 4, kRounds = 2000;
+    int first = 0, second = 0;
     std::vector<std::future<bool>> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.push_back(std::async(std::launch::async, [&] {
@@ -202,14 +182,6 @@ TEST_F(LockTest, ProtectsDataFromManyThreads) {
         EXPECT_TRUE(thread.get());
     }
     EXPECT_EQ(first, kThreads * kRounds);
-}
-
-TEST_F(LockTest, DeadlineIsKeptWithinItsRange) {
-    EXPECT_EQ(standin::lock::deadline(), 30s);
-    standin::lock::setDeadline(-1ms);
-    EXPECT_EQ(standin::lock::deadline(), 0ms);
-    standin::lock::setDeadline(std::chrono::milliseconds::max());
-    EXPECT_EQ(standin::lock::deadline(), standin::lock::kLongestDeadline);
 }
 
 }  // namespace

@@ -1,18 +1,17 @@
 #include "standin/log.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <regex>
 #include <string>
 
 #include "Log.h"
 #include "platformTest.h"
 #include "standin/error.h"
 
-using namespace std::string_literals;
+using std::string_literals::operator""s;
 
 namespace {
 
@@ -23,58 +22,44 @@ void write(int level, const std::string& text) {
     log.write("\n");
 }
 
-class LogTest : public PlatformTest {};
+using LogTest = PlatformTest;
 
-TEST_F(LogTest, MakesALineOfPieces) {
+TEST_F(LogTest, MakesALineOfPiecesInWhichDataNeitherEndsItNorDrawsOnTheTerminal) {
     const standin::LogCapture capture;
     Log& log = singleton<Log>::instance();
     log.setMsgLevel(LogImpl::logLevelError);
     log.write("onuQos.cpp");
     log.write(":");
     log.write(-3);
-    log.write(std::string(" of "));
+    log.write(" of "s);
     log.write(4'000'000'000U);
     EXPECT_TRUE(capture.lines().empty());
     log.write(".\n");
-    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{1, "onuQos.cpp:-3 of 4000000000.\n"}}));
-}
-
-TEST_F(LogTest, DataNeitherEndsALineNorDrawsOnTheTerminal) {
-    const standin::LogCapture capture;
     write(1, "gold\n2026-01-01 forged\r\x1B[31m\x7F\0\xC3\xA9"s);
-    EXPECT_EQ(capture.text(), "gold\\x0A2026-01-01 forged\\x0D\\x1B[31m\\x7F\\x00\xC3\xA9\n");
-    EXPECT_EQ(capture.lines().size(), 1);
+    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{
+                                   {1, "onuQos.cpp:-3 of 4000000000.\n"},
+                                   {1, "gold\\x0A2026-01-01 forged\\x0D\\x1B[31m\\x7F\\x00\xC3\xA9\n"}}));
 }
 
-TEST_F(LogTest, ShowsUpToTheLevelAndDropsUnfinishedLines) {
+TEST_F(LogTest, ShowsUpToTheLevelDropsUnfinishedLinesAndNestsCaptures) {
     standin::LogCapture capture;
     write(1, "error");
-    write(3, "trace");
-    EXPECT_EQ(capture.text(), "error\n");
-    capture.clear();
+    write(3, "hidden");
     standin::log::setLevel(3);
     singleton<Log>::instance().write("never finished");
     write(3, "trace");
-    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{3, "trace\n"}}));
-    standin::log::setLevel(0);
-    write(1, "error");
-    EXPECT_EQ(capture.lines().size(), 1);
-}
-
-TEST_F(LogTest, CapturesNest) {
-    const standin::LogCapture outer;
-    write(1, "before");
     {
         const standin::LogCapture inner;
         write(1, "within");
         EXPECT_EQ(inner.text(), "within\n");
     }
-    write(1, "after");
-    EXPECT_EQ(outer.text(), "before\nafter\n");
+    standin::log::setLevel(0);
+    write(1, "hidden");
+    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{1, "error\n"}, {3, "trace\n"}}));
 }
 
 /// A log file in a directory of its own.
-class LogFileTest : public LogTest {
+class LogFileTest : public PlatformTest {
 protected:
     LogFileTest() {
         std::string pattern = (std::filesystem::temp_directory_path() / "logTest.XXXXXX").string();
@@ -89,11 +74,13 @@ protected:
 
     std::string path(const char* name = "log") const { return directory_ / name; }
 
-    static std::vector<std::string> linesOf(const std::string& path) {
-        std::ifstream file(path);
+    /// The lines of a file, each with the stamp that begins it replaced by its level.
+    std::vector<std::string> lines(const char* name = "log") const {
+        std::ifstream file(path(name));
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);) {
-            lines.push_back(line);
+            static const std::regex kStamp(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z (\d) )");
+            lines.push_back(std::regex_replace(line, kStamp, "$1:"));
         }
         return lines;
     }
@@ -102,39 +89,25 @@ private:
     std::filesystem::path directory_;
 };
 
-TEST_F(LogFileTest, StampsLines) {
-    write(1, "hello");
-    const auto lines = linesOf(path());
-    ASSERT_EQ(lines.size(), 1);
-    std::string shape = lines[0];
-    std::ranges::replace_if(
-        shape, [](char c) { return c >= '0' && c <= '9'; }, 'd');
-    EXPECT_EQ(shape, "dddd-dd-ddTdd:dd:dd.dddZ d hello");
-    EXPECT_EQ(lines[0].substr(24), " 1 hello");
-}
+using Lines = std::vector<std::string>;
 
-TEST_F(LogFileTest, ReopensAfterTheFileWasMovedAway) {
+TEST_F(LogFileTest, ReopensAfterTheFileWasMovedAwayAndKeepsTheOldOneWhenItCannot) {
     write(1, "old");
     std::filesystem::rename(path(), path("log.1"));
     write(1, "still old");
     standin::log::reopen();
     write(1, "new");
-    EXPECT_EQ(linesOf(path("log.1")).size(), 2);
-    EXPECT_EQ(linesOf(path()).size(), 1);
-}
-
-TEST_F(LogFileTest, KeepsTheOldFileWhenTheNewOneCannotBeOpened) {
+    EXPECT_EQ(lines("log.1"), (Lines{"1:old", "1:still old"}));
     EXPECT_THROW(standin::log::toFile(path("no/such/directory")), standin::Error);
-    std::filesystem::rename(path(), path("log.1"));
+    std::filesystem::rename(path(), path("log.2"));
     std::filesystem::create_directory(path());
     EXPECT_THROW(standin::log::reopen(), standin::Error);
     write(1, "kept");
-    EXPECT_EQ(linesOf(path("log.1")).size(), 1);
+    EXPECT_EQ(lines("log.2"), (Lines{"1:new", "1:kept"}));
 }
 
 TEST_F(LogFileTest, LinesOfManyThreadsStayWhole) {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 300;
+    constexpr int kThreads = 4, kLines = 300;
     std::vector<std::future<void>> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.push_back(std::async(std::launch::async, [thread] {
@@ -152,10 +125,9 @@ TEST_F(LogFileTest, LinesOfManyThreadsStayWhole) {
         thread.get();
     }
     std::array<int, kThreads> counts{};
-    for (const std::string& line : linesOf(path())) {
-        const std::string text = line.substr(line.rfind(' ') + 1);
-        ASSERT_EQ(text, std::string(20, text.at(0))) << line;
-        ++counts.at(static_cast<std::size_t>(text.at(0) - '0'));
+    for (const std::string& line : lines()) {
+        ASSERT_EQ(line, "1:" + std::string(20, line.back()));
+        ++counts.at(static_cast<std::size_t>(line.back() - '0'));
     }
     EXPECT_EQ(counts, (std::array{kLines, kLines, kLines, kLines}));
 }

@@ -1,5 +1,6 @@
 #include "standin/manager.h"
 
+#include <atomic>
 #include <boost/bind/bind.hpp>
 #include <memory>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 namespace {
 
 using standin::EntityState;
+using Names = std::vector<std::string>;
 
 /// An entity that notes what it is asked to do.
 class Probe : public BLEntity {
@@ -24,20 +26,10 @@ public:
     void applyConfiguration(boost::shared_ptr<Storage::Setting> setting) override {
         note(setting ? "c:" : "null:");
     }
-
     void saveConfiguration(boost::shared_ptr<Storage::Setting>) const override {}
-
-    bool start() override {
-        if (throws) {
-            throw std::runtime_error("no hardware");
-        }
-        return note("+");
-    }
-
+    bool start() override { return throws ? throw std::runtime_error("no hardware") : note("+"); }
     bool applyDefaultSettings() override { return note("d:"); }
-
     bool stop() override { return note("-"); }
-
     void getDependencies(std::list<std::string>& names) override { names = dependencies_; }
 
     bool works = true;
@@ -67,12 +59,8 @@ protected:
     }
 
     static EntityState stateOf(const std::string& name) {
-        for (const auto& entity : standin::manager::entities()) {
-            if (entity.name == name) {
-                return entity.state;
-            }
-        }
-        throw std::out_of_range(name);
+        const auto entities = standin::manager::entities();
+        return std::ranges::find(entities, name, &standin::Entity::name)->state;
     }
 
     static std::string startProblem() {
@@ -84,29 +72,34 @@ protected:
         }
     }
 
+    std::string takeJournal() { return std::exchange(journal_, ""); }
+
     std::string journal_;
     std::vector<std::unique_ptr<Probe>> probes_;
 };
 
-TEST_F(ManagerTest, OwnEntitiesAreThereFromTheStart) {
-    EXPECT_EQ(standin::manager::dependencyOrder(),
-              (std::vector<std::string>{"interfaces", "zqbridge", "servprofile", "ports"}));
-}
-
 TEST_F(ManagerTest, StartsInDependencyOrderAndStopsInReverse) {
+    EXPECT_EQ(standin::manager::dependencyOrder(), (Names{"interfaces", "zqbridge", "servprofile", "ports"}));
     add("roof", {"wall", "ports"});
     add("wall", {"ground"});
-    add("ground");
+    Probe& ground = add("ground");
     EXPECT_EQ(startProblem(), "");
-    EXPECT_EQ(journal_, "c:ground +ground c:wall +wall c:roof +roof ");
+    EXPECT_EQ(takeJournal(), "c:ground +ground c:wall +wall c:roof +roof ");
     EXPECT_EQ(stateOf("roof"), EntityState::started);
-    journal_.clear();
     EXPECT_EQ(startProblem(), "");
-    EXPECT_EQ(standin::manager::applyDefaultSettings(), std::vector<std::string>{});
-    EXPECT_TRUE(standin::manager::stopAll().empty());
-    EXPECT_EQ(journal_, "d:ground d:wall d:roof -roof -wall -ground ");
-    EXPECT_EQ(stateOf("ground"), EntityState::stopped);
+    EXPECT_EQ(takeJournal(), "") << "started once";
+    EXPECT_TRUE(standin::manager::applyDefaultSettings("wall"));
+    EXPECT_THROW(standin::manager::applyDefaultSettings("cellar"), standin::Error);
+    ground.works = false;
+    EXPECT_EQ(standin::manager::applyDefaultSettings(), Names{"ground"});
+    EXPECT_EQ(standin::manager::stopAll(), Names{"ground"});
+    EXPECT_EQ(takeJournal(), "d:wall d:ground d:wall d:roof -roof -wall -ground ");
+    EXPECT_EQ(stateOf("ground"), EntityState::failed);
     EXPECT_EQ(stateOf("ports"), EntityState::stopped);
+    singleton<BLLManager>::instance().registerEntity(ground);
+    EXPECT_EQ(standin::manager::entities().size(), 7) << "registered once";
+    probes_.clear();
+    EXPECT_EQ(standin::manager::entities().size(), 4) << "forgotten when destroyed";
 }
 
 TEST_F(ManagerTest, StopsAtAFailedStartAndUndoesIt) {
@@ -118,22 +111,11 @@ TEST_F(ManagerTest, StopsAtAFailedStartAndUndoesIt) {
     EXPECT_EQ(stateOf("ground"), EntityState::started);
     EXPECT_EQ(stateOf("wall"), EntityState::failed);
     EXPECT_EQ(stateOf("roof"), EntityState::registered);
-    journal_.clear();
-    EXPECT_EQ(standin::manager::stopAll(), std::vector<std::string>{"wall"});
-    EXPECT_EQ(journal_, "-wall -ground ");
-    wall.works = true;
+    takeJournal();
+    EXPECT_EQ(standin::manager::stopAll(), Names{"wall"});
+    EXPECT_EQ(takeJournal(), "-wall -ground ");
     wall.throws = true;
     EXPECT_EQ(startProblem(), "entity \"wall\" did not start: no hardware");
-}
-
-TEST_F(ManagerTest, DefaultSettingsOfOneAndOfAllTellWhoFailed) {
-    add("ground").works = false;
-    add("wall");
-    EXPECT_FALSE(standin::manager::applyDefaultSettings("ground"));
-    EXPECT_TRUE(standin::manager::applyDefaultSettings("wall"));
-    EXPECT_THROW(standin::manager::applyDefaultSettings("cellar"), standin::Error);
-    EXPECT_EQ(standin::manager::applyDefaultSettings(), std::vector<std::string>{"ground"});
-    EXPECT_EQ(journal_, "d:ground d:wall d:ground d:wall ");
 }
 
 TEST_F(ManagerTest, NamesWhatIsWrongWithDependencies) {
@@ -152,44 +134,88 @@ TEST_F(ManagerTest, NamesWhatIsWrongWithDependencies) {
     EXPECT_EQ(journal_, "");
 }
 
-TEST_F(ManagerTest, ForgetsEntitiesThatAreDestroyed) {
-    Probe& probe = add("passing");
-    singleton<BLLManager>::instance().registerEntity(probe);
-    EXPECT_EQ(standin::manager::entities().size(), 5);
-    probes_.clear();
-    EXPECT_EQ(standin::manager::entities().size(), 4);
-}
+using boost::placeholders::_1;
+using Event = Notification::Event<boost::function<bool()>, boost::function<void(int)>>;
 
 struct Listener {
-    std::string heard;
+    std::vector<int> heard = {};
 
-    void applyStart() { heard += "start "; }
-
-    void applyStop(int reason) { heard += "stop" + std::to_string(reason) + " "; }
-
-    void message(const std::string& name, const std::string& argument, std::ostringstream* reply) {
-        *reply << name << "(" << argument << ")";
-    }
+    void hear(int value) { heard.push_back(value); }
+    void hearTwice(int value) { heard.insert(heard.end(), 2, value); }
 };
 
-TEST_F(ManagerTest, RaisesItsEvents) {
+TEST(Event, RunsHandlersInOrderAndUnsubscribesByWhatWasBound) {
+    Event event;
+    Listener one, other;
+    event.appendPost(boost::bind(&Listener::hear, &one, _1));
+    event.appendPost(boost::bind(&Listener::hearTwice, &one, _1));
+    event.appendPost(boost::bind(&Listener::hear, &one, _1));
+    event.appendPost(boost::bind(&Listener::hear, &other, _1));
+    EXPECT_TRUE(event.raise(1));
+    EXPECT_EQ(one.heard, (std::vector{1, 1, 1, 1}));
+    event.unsubscribePost(boost::bind(&Listener::hear, &one, _1));
+    EXPECT_TRUE(event.raise(2));
+    EXPECT_EQ(one.heard, (std::vector{1, 1, 1, 1, 2, 2}));
+    EXPECT_EQ(other.heard, (std::vector{1, 2}));
+}
+
+TEST(Event, PreHandlersVetoWithOrWithoutTheArguments) {
+    Event event;
+    Notification::Event<boost::function<bool(int)>, boost::function<void(int)>> informed;
     Listener listener;
-    BLLManager& manager = singleton<BLLManager>::instance();
-    const auto onStart = boost::bind(&Listener::applyStart, &listener);
-    const auto onStop = boost::bind(&Listener::applyStop, &listener, boost::placeholders::_1);
-    const auto onMessage = boost::bind(&Listener::message, &listener, boost::placeholders::_1,
-                                       boost::placeholders::_2, boost::placeholders::_3);
-    manager.configurationApplyStartEvent().appendPost(onStart);
-    manager.configurationApplyStopEvent().appendPost(onStop);
-    manager.externalMessageEvent().appendPost(onMessage);
-    EXPECT_TRUE(standin::manager::raiseConfigurationApplyStart());
-    EXPECT_TRUE(standin::manager::raiseConfigurationApplyStop(4));
-    EXPECT_EQ(listener.heard, "start stop4 ");
-    EXPECT_EQ(standin::manager::sendExternalMessage("dump", "17"), "dump(17)");
-    manager.configurationApplyStartEvent().unsubscribePost(onStart);
-    manager.configurationApplyStopEvent().unsubscribePost(onStop);
-    manager.externalMessageEvent().unsubscribePost(onMessage);
-    EXPECT_EQ(standin::manager::sendExternalMessage("dump", "17"), "");
+    bool agrees = false;
+    event.appendPre([&agrees] { return agrees; });
+    event.appendPost(boost::bind(&Listener::hear, &listener, _1));
+    informed.appendPre([](int value) { return value > 1; });
+    informed.appendPost(boost::bind(&Listener::hear, &listener, _1));
+    EXPECT_FALSE(event.raise(1) || informed.raise(1));
+    agrees = true;
+    EXPECT_TRUE(event.raise(2) && informed.raise(3));
+    EXPECT_EQ(listener.heard, (std::vector{2, 3}));
+}
+
+TEST(Event, HandlersMayChangeTheListsThatTheyAreOn) {
+    Event event;
+    Listener listener;
+    event.appendPost([&](int) {
+        event.unsubscribePost(boost::bind(&Listener::hear, &listener, _1));
+        event.appendPost(boost::bind(&Listener::hearTwice, &listener, _1));
+    });
+    event.appendPost(boost::bind(&Listener::hear, &listener, _1));
+    event.raise(1);
+    event.raise(2);
+    EXPECT_EQ(listener.heard, (std::vector{1, 2, 2}));
+}
+
+TEST(Event, TakesAppendUnsubscribeAndRaiseFromManyThreads) {
+    struct Counter {
+        std::atomic<int> heard{0};
+
+        void hear(int) { ++heard; }
+    };
+    constexpr int kRounds = 500;
+    Event event;
+    Counter lasting;
+    event.appendPost(boost::bind(&Counter::hear, &lasting, _1));
+    std::vector<std::future<void>> threads;
+    std::vector<Counter> passing(3);
+    for (Counter& counter : passing) {
+        threads.push_back(std::async(std::launch::async, [&event, &counter] {
+            for (int round = 0; round < kRounds; ++round) {
+                event.appendPost(boost::bind(&Counter::hear, &counter, _1));
+                event.raise(round);
+                event.unsubscribePost(boost::bind(&Counter::hear, &counter, _1));
+            }
+        }));
+    }
+    for (auto& thread : threads) {
+        thread.get();
+    }
+    EXPECT_EQ(lasting.heard, kRounds * 3);
+    const int before = passing[0].heard;
+    EXPECT_GE(before, kRounds);
+    event.raise(0);
+    EXPECT_EQ(passing[0].heard, before);
 }
 
 }  // namespace

@@ -5,13 +5,12 @@
 
 #include <algorithm>
 #include <mutex>
-#include <set>
 
 namespace {
 
 std::mutex mutex;
 std::vector<portmapper::Call> made;
-std::set<int> refusedProtocols;
+int refused = 0;
 
 }  // namespace
 
@@ -27,13 +26,9 @@ void clear() {
     made.clear();
 }
 
-void refuse(int protocol, bool refused) {
+void refuse(int protocol) {
     const std::lock_guard guard(mutex);
-    if (refused) {
-        refusedProtocols.insert(protocol);
-    } else {
-        refusedProtocols.erase(protocol);
-    }
+    refused = protocol;
 }
 
 unsigned short portOf(int protocol) {
@@ -51,17 +46,13 @@ extern "C" {
 [[gnu::visibility("default")]] bool_t pmap_set(unsigned long program, unsigned long version, int protocol,
                                                int port) {
     const std::lock_guard guard(mutex);
-    made.push_back({.name = "set",
-                    .program = program,
-                    .version = version,
-                    .protocol = protocol,
-                    .port = static_cast<unsigned short>(port)});
-    return refusedProtocols.contains(protocol) ? FALSE : TRUE;
+    made.push_back({"set", program, version, protocol, static_cast<unsigned short>(port)});
+    return protocol == refused ? FALSE : TRUE;
 }
 
 [[gnu::visibility("default")]] bool_t pmap_unset(unsigned long program, unsigned long version) {
     const std::lock_guard guard(mutex);
-    made.push_back({.name = "unset", .program = program, .version = version});
+    made.push_back({"unset", program, version});
     return TRUE;
 }
 

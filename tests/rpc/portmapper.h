@@ -21,8 +21,8 @@ struct Call {
 std::vector<Call> calls();
 void clear();
 
-/// Whether registrations of this protocol are refused from now on.
-void refuse(int protocol, bool refused);
+/// Refuses registrations of this protocol from now on; none if 0.
+void refuse(int protocol);
 
 /// The port last registered for the protocol; 0 if none was.
 unsigned short portOf(int protocol);

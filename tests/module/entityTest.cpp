@@ -1,0 +1,301 @@
+#include "entity/CZqUtil.h"
+#include "moduleTest.h"
+
+// The entity: events, defaults, the end of a configuration apply, dumps and messages.
+
+namespace {
+
+class EntityTest : public ModuleTest {
+protected:
+    /// A profile of each family, bound on both ports, and the alarms of both ports raised.
+    void fill() {
+        makeTCont("gold");
+        makeFlow("hsi");
+        for (const unsigned int port : {1U, 2U}) {
+            ASSERT_EQ(bind(100 * port + 1, "internet", "hsi", "gold", 10), onuQosResOk);
+            ASSERT_EQ(module_.onuQosOltCacAlarm(port, true), onuQosResOk);
+        }
+    }
+
+    /// Expects tables without anything configured, and these alarms.
+    void expectEmpty(bool alarm1, bool alarm2) {
+        const onuQosTables now = tables();
+        EXPECT_TRUE(now.onuFlowProfileMap.empty() && now.tContProfileMap.empty());
+        for (const auto& [onu, services] : now.onuQosServiceIntfMap) {
+            EXPECT_THAT(services, IsEmpty()) << onu;
+        }
+        for (const auto& [onu, info] : now.onuQosOnuCacMap) {
+            EXPECT_EQ(info, onuQosOnuCacInfo{}) << onu;
+        }
+        for (const auto& [port, info] : now.onuQosOltCacMap) {
+            EXPECT_EQ(info, onuQosOltCacInfo{}) << port;
+        }
+        EXPECT_EQ(now.onuQosOltCacAlarmMap.at(1), alarm1);
+        EXPECT_EQ(now.onuQosOltCacAlarmMap.at(2), alarm2);
+    }
+
+    std::string message(const std::string& name, const std::string& argument) {
+        std::ostringstream out;
+        out.width(40);  // a caller's formatting has no effect
+        out.fill('*');
+        module_.externalMessage(name, argument, &out);
+        return out.str();
+    }
+
+    /// The lines that start the entries of all interfaces with binding tables.
+    std::string interfaces() const {
+        std::string text;
+        for (const auto& [intf, services] : tables().onuQosServiceIntfMap) {
+            text += " \tintf: " + std::to_string(intf) + "\n";
+        }
+        return text;
+    }
+
+    static std::string dumpText(const std::array<std::string, 6>& sections) {
+        return " onuFlowProfileMap:\n -----------------\n" + sections[0] +
+               "\n tContProfileMap:\n ---------------\n" + sections[1] +
+               "\n onuQosServiceIntfMap:\n --------------------\n" + sections[2] +
+               "\n onuQosOltCacMap:\n --------------------\n" + sections[3] +
+               "\n onuQosOnuCacMap:\n --------------------\n" + sections[4] +
+               "\n onuQosOltCacAlarmMap:\n --------------------\n" + sections[5];
+    }
+};
+
+}  // namespace
+
+TEST_F(EntityTest, eventsOfOnusReachTheHardwareLayer) {
+    const auto state = [this](unsigned int intf, int event) {
+        return [=, this] {
+            module_.interfaceStateChange(static_cast<int>(intf), Interfaces::interfaceEvent_t{event});
+        };
+    };
+    const auto ready = [this](unsigned int intf, bool ready, bool other) {
+        return [=, this] { module_.onuConfigEventHandler(intf, ready, other); };
+    };
+    const auto failed = [](const std::string& operation, const std::string& lookUp, const char* intf) {
+        return refusalLine(operation, lookUp + "() failed for intf: " + intf);
+    };
+    const std::string stateOf = "interfaceStateChange", configOf = "onuConfigEventHandler";
+    const std::string trace = "onuQos::onuConfigEventHandler(";
+    const std::string byType = "interfaceGetTypeById", byHandle = "interfaceGetOMApiInterfaceById";
+    const std::string type = byType + "(101)", handle = byHandle + "(101)";
+    struct Row {
+        std::function<void()> event;
+        std::string fault;  ///< the look-up that fails
+        Lines calls, log;
+    };
+    // clang-format off
+    const Row rows[] = {
+        {state(101, 3), "", {type, handle, "onuStateHandler(0/1/1, 101, false)"}, {}},
+        {state(101, 4), "", {type, handle, "onuStateHandler(0/1/1, 101, true)"}, {}},
+        {state(101, 2), "", {type}, {}},
+        {state(101, 5), "", {type}, {}},
+        {state(1, 4), "", {byType + "(1)"}, {}},
+        {state(999, 4), "", {byType + "(999)"}, {failed(stateOf, byType, "999")}},
+        {state(101, 2), byType, {type}, {failed(stateOf, byType, "101")}},
+        {state(101, 4), byHandle, {type, handle, "onuStateHandler(0/0/0, 101, true)"}, {failed(stateOf, byHandle, "101")}},
+        {ready(101, true, false), "", {type, handle, "onuReadyHandler(0/1/1, 101, true)"}, {trace + "101,True)\n"}},
+        {ready(101, false, true), "", {type, handle, "onuReadyHandler(0/1/1, 101, false)"}, {trace + "101,False)\n"}},
+        {ready(1, true, true), "", {byType + "(1)"}, {trace + "1,True)\n"}},
+        {ready(101, true, true), byType, {type}, {trace + "101,True)\n", failed(configOf, byType, "101")}},
+        {ready(101, true, true), byHandle, {type, handle, "onuReadyHandler(0/0/0, 101, true)"},
+         {trace + "101,True)\n", failed(configOf, byHandle, "101")}},
+    };
+    // clang-format on
+    standin::log::setLevel(3);
+    const onuQosTables before = tables();
+    for (const Row& row : rows) {
+        SCOPED_TRACE("row " + std::to_string(&row - rows));
+        if (!row.fault.empty()) {
+            fail(row.fault);
+        }
+        EXPECT_EQ(traceOf(row.event), row.calls);
+        EXPECT_EQ(logLines(), row.log);
+    }
+    EXPECT_EQ(tables(), before);
+    standin::log::setLevel(1);
+    ready(101, true, true)();
+    EXPECT_THAT(logLines(), IsEmpty()) << "the trace is no error";
+}
+
+TEST_F(EntityTest, recordsAreMadeOnceAndOnlyForTheRightType) {
+    const onuQosTables before = tables();
+    for (const unsigned int intf : {1U, 101U}) {
+        EXPECT_EQ(module_.onuQosOnuIntfInit(intf), onuQosResError);
+        EXPECT_EQ(module_.onuQosOltIntfInit(intf), onuQosResError);
+    }
+    EXPECT_THAT(
+        logLines(),
+        ElementsAre(refusalLine("onuQosOltIntfInit", "onuQosOltCacMap.find() failed for intf: 1"),
+                    refusalLine("onuQosOnuIntfInit", "onuQosServiceIntfMap.find() failed for intf: 101")));
+    EXPECT_EQ(tables(), before);
+
+    EXPECT_TRUE(module_.onuQosIsIntfConfigurable(101));
+    EXPECT_FALSE(module_.onuQosIsIntfConfigurable(1));
+    EXPECT_FALSE(module_.onuQosIsIntfConfigurable(299));
+    standin::interfaces::overrideType(101, 3);
+    EXPECT_FALSE(module_.onuQosIsIntfConfigurable(101));
+    standin::interfaces::overrideType(101, std::nullopt);
+    EXPECT_TRUE(module_.onuQosIsIntfConfigurable(101)) << "its records decide";
+}
+
+TEST_F(EntityTest, defaultsEmptyAllAndClearTheRaisedAlarms) {
+    fill();
+    const Snapshot filled = snapshot();
+    fail("exclusiveLock");
+    EXPECT_FALSE(module_.applyDefaultSettings());
+    EXPECT_THAT(logLines(), ElementsAre(lockLine("applyDefaultSettings")));
+    EXPECT_EQ(snapshot(), filled);
+
+    const Lines trace = traceOf([this] { EXPECT_TRUE(module_.applyDefaultSettings()); });
+    EXPECT_EQ(std::ranges::count(trace, "onuQosClearConfig()"), 1);
+    expectEmpty(false, false);
+    expectMirrorAgrees();
+    EXPECT_THAT(standin::alarms::snapshot().active, IsEmpty());
+    EXPECT_TRUE(module_.tContProfileIsRateConfigurable(tContType1, tContRateFixed)) << "the rules stay";
+    makeTCont("gold");
+    EXPECT_FALSE(module_.tContProfileIsApplied("gold"));
+    EXPECT_TRUE(module_.applyDefaultSettings());
+    EXPECT_EQ(standin::alarms::snapshot().history.size(), 4U) << "nothing is raised any more";
+    EXPECT_THAT(logLines(), IsEmpty());
+}
+
+TEST_F(EntityTest, defaultsStopAtTheFirstRefusal) {
+    fill();
+    fail("onuQosClearConfig");
+    EXPECT_FALSE(module_.applyDefaultSettings());
+    EXPECT_THAT(logLines(), ElementsAre(refusalLine("applyDefaultSettings", "OMApi.onuQosClearConfig()")));
+    expectEmpty(true, true);
+    EXPECT_EQ(standin::hardware::snapshot().bindings.size(), 2U);
+    EXPECT_EQ(standin::alarms::snapshot().active.size(), 2U);
+    fail("reportAlarm");
+    EXPECT_FALSE(module_.applyDefaultSettings());
+    EXPECT_EQ(logLines().back(), refusalLine("applyDefaultSettings", "onuQosOltCacAlarm() failed for OLT 1"));
+    expectEmpty(true, true);
+    fail("reportAlarm", 1, 1, 1);
+    EXPECT_FALSE(module_.applyDefaultSettings());
+    expectEmpty(false, true);
+}
+
+TEST_F(EntityTest, theEndOfAnApplyBringsEveryPortUpToDate) {
+    bool applying = true;
+    EXPECT_EQ(module_.tContProfileConsApplyStateGet(&applying), onuQosResOk);
+    EXPECT_FALSE(applying);
+    module_.configurationApplyStart();
+    module_.tContProfileConsApplyStateGet(&applying);
+    EXPECT_TRUE(applying);
+    // A failing port does not keep the next one, nor the flag.
+    ASSERT_EQ(module_.onuQosOltCacAlarm(1, true), onuQosResOk);
+    ASSERT_EQ(module_.onuQosOltCacAlarm(2, true), onuQosResOk);
+    fail("exclusiveLock");
+    module_.configurationApplyStop();
+    EXPECT_THAT(logLines(), ElementsAre(lockLine("onuQosOltCacStateUpdate"),
+                                        refusalLine("configurationApplyStop",
+                                                    "onuQosOltCacStateUpdate() failed for OLT intf: 1")));
+    expectEmpty(true, false);
+    EXPECT_EQ(module_.tContProfileConsApplyStateGet(&applying), onuQosResOk);
+    EXPECT_FALSE(applying);
+}
+
+TEST_F(EntityTest, dumpsEverySection) {
+    EXPECT_EQ(message("onuQosDump", "999"), dumpText({})) << "of an empty module";
+    const std::string peak = std::to_string(kHighest);
+    makeFlow("plain");
+    makeFlow("rich");
+    Vlans odd;
+    for (std::uint16_t vlan = 199; vlan < 200; vlan = static_cast<std::uint16_t>(vlan - 2)) {
+        odd.push_back(vlan);
+    }
+    EXPECT_EQ(ruleSet("rich", {.cPcp = 0, .cVlan = odd}), onuQosResOk);
+    makeRates("t", 2048, 2048, 6);
+    EXPECT_EQ(module_.tContProfileAllocTypeSet("t", tContDbaMode1), onuQosResOk);
+    EXPECT_EQ(module_.tContProfileSrdbaWeightSet("t", 0xFFFFFFFF), onuQosResOk);
+    EXPECT_EQ(module_.tContProfileSrdbaPrioritySet("t", 7), onuQosResOk);
+    makeTCont("one", tContType1, 2);
+    EXPECT_EQ(bind(101, "z", "plain", "t", 0xFFFFFFFF), onuQosResOk);
+    EXPECT_EQ(bind(101, "a", "rich", "t", 10), onuQosResOk);
+    EXPECT_EQ(module_.onuFlowProfileRename("plain", "now"), onuQosResOk);
+    EXPECT_EQ(bind(203, "s", "rich", "t", 10), onuQosResOk);
+    standin::ports::setDistances(2, 0, 54);
+    EXPECT_EQ(module_.onuQosOltCacStateUpdate(2), onuQosResOk);
+
+    std::string vlans;
+    for (int vlan = 1; vlan <= 67; vlan += 2) {
+        vlans += std::to_string(vlan) + ",";
+    }
+    const std::string actions = "\n \t\tActions:\n \t\t\tguarRateUs: 128, peakRateUs: " + peak +
+                                ", flowPriorityUs: 0, flowPriorityDs: 0\n";
+    std::string services = interfaces();
+    const std::string of101 =
+        " \tintf: 101\n"
+        " \t\tservice: a, onuFlowProfileName: rich, tContProfileName: t, virtualPortId: 10\n"
+        " \t\tservice: z, onuFlowProfileName: plain, tContProfileName: t, virtualPortId: 4294967295\n";
+    services.replace(services.find(" \tintf: 101\n"), 12, of101);
+    services.insert(services.find(" \tintf: 203\n") + 12,
+                    " \t\tservice: s, onuFlowProfileName: rich, tContProfileName: t, virtualPortId: 10\n");
+    const std::string accounted =
+        ", configured: 1, fixedOverhead: 1920, assuredOverhead: 11520\n"
+        " \t\tT-CONT profile: t, fixedOverhead: 1984, assuredOverhead: 960\n";
+    std::array<std::string, 6> sections{
+        " \tname: now(now)\n \t\tUpstream/incoming rules:\n" + actions +
+            " \tname: rich(rich)\n \t\tUpstream/incoming rules:\n \t\t\tcPcp: 0\n \t\t\tcvlan: " + vlans +
+            "\n" + actions,
+        " \tname: one (one)\n \t\ttContId: 2, tContType: 1, fixedRate: 256, assuredRate: 0, maximumRate: "
+        "256, dbaAllocType: 2, dbaWeight: 1, dbaPriority: 0\n"
+        " \tname: t (t)\n \t\ttContId: 6, tContType: 5, fixedRate: 2048, assuredRate: 2048, maximumRate: " +
+            peak + ", dbaAllocType: 1, dbaWeight: 4294967295, dbaPriority: 7\n",
+        services,
+        " \tintf: 1, fixedAlloc: 5952, assuredAlloc: 14528, cacViolation: 0\n"
+        " \tintf: 2, fixedAlloc: 5952, assuredAlloc: 14528, cacViolation: 1\n",
+        " \tintf: 101" + accounted + " \tintf: 203" + accounted,
+        " \tintf: 2, alarm: 1\n"};
+    const std::pair<const char*, std::string> arguments[] = {
+        {"", services}, {"101", of101}, {" +101x", of101}, {"4294967397", of101}, {"102", " \tintf: 102\n"},
+        {"999", ""},    {"-1", ""},     {"abc", services}, {"0x65", services}};
+    for (const auto& [argument, shown] : arguments) {
+        sections[2] = shown;
+        EXPECT_EQ(message("onuQosDump", argument), dumpText(sections)) << argument;
+    }
+    fail("sharedLock");
+    EXPECT_EQ(message("onuQosDump", ""), "");
+    EXPECT_THAT(logLines(), IsEmpty());
+
+    EXPECT_EQ(message("onuQosdump", ""), "");
+    EXPECT_THAT(message("onuQosOMApiDump", "ignored"), testing::HasSubstr("  now: PCP -1"));
+    const std::pair<const char*, const char*> switches[] = {
+        {"1", "true"}, {"yes", "true"}, {"0", "false"}, {"", "true"}, {"00", "true"}};
+    for (const auto& row : switches) {
+        EXPECT_THAT(traceOf([&] { EXPECT_EQ(message("onuQosOMApiDebug", row.first), ""); }),
+                    ElementsAre("onuQosOMApiDebug(" + std::string(row.second) + ")"));
+    }
+}
+
+TEST(VectorValuesString, rangesDoublesAndLimits) {
+    Vlans upTo200, odd;
+    for (std::uint16_t i = 200; i > 0; --i) {
+        upTo200.push_back(i);
+        odd.push_back(static_cast<std::uint16_t>(2 * i - 1));
+    }
+    struct Row {
+        Vlans values;
+        unsigned int limit;
+        std::string before, after;
+    };
+    // clang-format off
+    const Row rows[] = {
+        {{8, 7, 5, 3, 2, 1}, 0, "", "1-3,5,7-8"}, {{0, 1, 2}, 0, "", "0-2"}, {{5, 5}, 0, "", "5,5"},
+        {{5, 5, 6, 6, 7}, 0, "", "5,5-6,6-7"},    {{65535, 0}, 0, "", "0,65535"}, {{1, 2}, 0, "", "1-2"},
+        {upTo200, 100, "", "1-200"},              {odd, 10, "", "1,3,5,7,"},
+        {{1, 3, 5, 7, 9}, 10, "", "1,3,5,7,9"},   {{1, 3}, 3, "", "1,"}, {{1, 3}, 4, "", "1,3"},
+        {{1}, 1, "", ""}, {{1}, 6, "VLAN ", "VLAN "}, {{1}, 7, "VLAN ", "VLAN 1"},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        std::string text = row.before;
+        EXPECT_EQ(CZqUtil::vectorValuesStringGet(row.values, text, row.limit), 0);
+        EXPECT_EQ(text, row.after);
+    }
+    std::string text = "as it was";
+    EXPECT_EQ(CZqUtil::vectorValuesStringGet(Vlans{}, text, 0), 1);
+    EXPECT_EQ(text, "as it was");
+}
