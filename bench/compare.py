@@ -38,6 +38,7 @@ def main():
     parser.add_argument("--build", default=root / "build/release", type=pathlib.Path, help="the build folder")
     parser.add_argument("--rounds", default=7, type=int, help="turns of each server at each row")
     parser.add_argument("--seconds", default=0.5, type=float, help="length of a turn")
+    parser.add_argument("--window", default=16, type=int, help="calls on their way at once")
     parser.add_argument("--core", default=0, type=int, help="the core that both ends share")
     arguments = parser.parse_args()
     binaries = arguments.build / "bin"
@@ -59,7 +60,7 @@ def main():
                                                     ("reference", reference, reference_ports)):
                             answer = subprocess.run(
                                 [binaries / "rpcLoad", "--procedure", procedure, "--transport", transport,
-                                 "--port", ports[transport], "--seconds", str(arguments.seconds),
+                                 "--port", ports[transport], "--seconds", str(arguments.seconds), "--window", str(arguments.window),
                                  "--server-pid", str(process.pid)],
                                 check=True, capture_output=True, text=True)
                             rates[who].append(json.loads(answer.stdout)["callsPerSecond"])

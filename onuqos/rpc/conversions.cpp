@@ -1,7 +1,10 @@
 #include "rpc/conversions.h"
 
+#include <endian.h>
+
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -96,12 +99,14 @@ void nameSet(char (&field)[ONUQOS_NAME_BYTES], const std::string& name) {
 
 std::vector<std::uint16_t> vlansOf(const char (&bitmap)[ONUQOS_VLAN_BITMAP_BYTES]) {
     std::vector<std::uint16_t> vlans;
-    for (unsigned int byte = 0; byte < sizeof bitmap; ++byte) {
-        const auto bits = static_cast<unsigned char>(bitmap[byte]);
-        for (unsigned int bit = 0; bits != 0 && bit < 8; ++bit) {
-            if ((bits & (0x80U >> bit)) != 0) {
-                vlans.push_back(static_cast<std::uint16_t>(8 * byte + bit));
-            }
+    std::uint64_t bits = 0;
+    for (std::size_t byte = 0; byte < sizeof bitmap; byte += sizeof bits) {
+        std::memcpy(&bits, bitmap + byte, sizeof bits);
+        bits = be64toh(bits);
+        while (bits != 0) {
+            const auto bit = static_cast<unsigned int>(std::countl_zero(bits));
+            vlans.push_back(static_cast<std::uint16_t>(8 * byte + bit));
+            bits ^= std::uint64_t{1} << (63 - bit);
         }
     }
     return vlans;

@@ -24,7 +24,10 @@ void decodeChars(const std::int32_t* buffer, char* elements, u_int count) {
 }  // namespace
 
 bool_t onuqos_xdr_vector(XDR* xdrs, char* elements, u_int count, u_int size, xdrproc_t routine) {
-    if (routine == reinterpret_cast<xdrproc_t>(xdr_char) && xdrs->x_op != XDR_FREE) {
+    if (routine == reinterpret_cast<xdrproc_t>(xdr_char)) {
+        if (xdrs->x_op == XDR_FREE) {
+            return TRUE;  // an array in its record holds nothing else
+        }
         // Null where the transport has no such run of bytes at hand; the library then goes element by
         // element.
         if (std::int32_t* buffer = XDR_INLINE(xdrs, count * BYTES_PER_XDR_UNIT); buffer != nullptr) {

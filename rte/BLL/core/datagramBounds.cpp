@@ -1,5 +1,6 @@
 #include "rte/BLL/core/datagramBounds.h"
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/types.h>
 
@@ -22,10 +23,12 @@ Operations boundedOperations;
 thread_local std::size_t datagramLength = 0;
 
 bool_t receive(SVCXPRT* transport, rpc_msg* message) {
-    char first = 0;
-    const ssize_t length = recv(transport->xp_fd, &first, sizeof first, MSG_PEEK | MSG_TRUNC | MSG_DONTWAIT);
-    if (length < 0) {
-        return FALSE;  // gone since select saw it, by a bad checksum for instance: do not wait for another
+    int length = 0;
+    if (ioctl(transport->xp_fd, FIONREAD, &length) != 0 || length == 0) {
+        // An empty datagram, or one that is gone since select saw it, by a bad checksum for instance; the
+        // library would wait for another.
+        recv(transport->xp_fd, nullptr, 0, MSG_DONTWAIT);
+        return FALSE;
     }
     datagramLength = static_cast<std::size_t>(length);
     return libraryOperations.load()->xp_recv(transport, message);
