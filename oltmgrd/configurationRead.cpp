@@ -3,6 +3,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "clients/common/text.h"
 #include "configurationDocument.h"
 #include "entity/onuQos.h"
 #include "errors.h"
@@ -197,7 +198,8 @@ ConfigurationDocument loadConfiguration(const std::string& path) {
     } catch (const FileError& error) {
         throw StartError("configuration " + std::string(error.what()), kBadInput);
     } catch (const JsonError& error) {
-        throw StartError("configuration " + path + ": " + error.what(), kBadInput);
+        // The pointer and what the parser read last can hold any bytes.
+        throw StartError("configuration " + path + ": " + clients::printable(error.what()), kBadInput);
     }
 }
 

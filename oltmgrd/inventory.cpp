@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "clients/common/text.h"
 #include "errors.h"
 #include "files.h"
 #include "jsonFields.h"
@@ -158,7 +159,8 @@ InventoryFile loadInventory(const std::string& path) {
     } catch (const FileError& error) {
         throw StartError("inventory " + std::string(error.what()), kBadInput);
     } catch (const JsonError& error) {
-        throw StartError("inventory " + path + ": " + error.what(), kBadInput);
+        // The pointer and what the parser read last can hold any bytes.
+        throw StartError("inventory " + path + ": " + clients::printable(error.what()), kBadInput);
     }
 }
 

@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdio>
 #include <functional>
+#include <type_traits>
 
 #include "rte/BLL/core/rpcProxy.h"
+#include "rte/BLL/core/transportOperations.h"
 
 namespace {
 
@@ -23,7 +25,8 @@ struct ArgumentRoom {
 };
 
 template <typename Argument>
-constexpr bool fits = sizeof(Argument) <= sizeof(ArgumentRoom) && alignof(Argument) <= alignof(ArgumentRoom);
+constexpr bool fits = sizeof(Argument) <= sizeof(ArgumentRoom) &&
+                      std::alignment_of_v<Argument> <= std::alignment_of_v<ArgumentRoom>;
 
 // How a decoded argument reaches a handler: not at all, as itself, or as the fields of its structure.
 
@@ -155,6 +158,7 @@ std::span<const Procedure> onuqosProcedures() {
 }
 
 void rpcOnuqosDispatch(struct svc_req* request, SVCXPRT* transport) {
+    adoptConnection(transport);
     if (request->rq_proc == NULLPROC) {
         svc_sendreply(transport, xdr<xdr_void>(), nullptr);
         return;

@@ -1,14 +1,18 @@
 #include "rpc/serverXdr.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace {
 
-/// A char travels as the int that it converts to, so 0x80 as 0xFFFFFF80.
+/// A char travels as the int that it converts to, so 0x80 as 0xFFFFFF80. Written so that compilers do sixteen
+/// at a time, which they do not with htonl of the int.
 void encodeChars(std::int32_t* buffer, const char* elements, u_int count) {
     std::transform(elements, elements + count, buffer, [](char element) {
-        return static_cast<std::int32_t>(htonl(static_cast<std::uint32_t>(element)));
+        const std::uint32_t low = htonl(1) * static_cast<unsigned char>(element);
+        const std::uint32_t sign = static_cast<std::uint32_t>(element >> 7) & htonl(0xFFFFFF00);
+        return static_cast<std::int32_t>(low | sign);
     });
 }
 
@@ -16,7 +20,7 @@ void encodeChars(std::int32_t* buffer, const char* elements, u_int count) {
 /// of a stream lie on odd addresses.
 void decodeChars(const std::int32_t* buffer, char* elements, u_int count) {
     const char* lowByte = reinterpret_cast<const char*>(buffer) + BYTES_PER_XDR_UNIT - 1;
-    for (u_int i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         elements[i] = lowByte[i * BYTES_PER_XDR_UNIT];
     }
 }

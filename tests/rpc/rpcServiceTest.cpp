@@ -2,11 +2,15 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <onuqos.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "rpc/portmapper.h"
 #include "rte/BLL/core/rpcProxy.h"
@@ -71,6 +75,21 @@ xdrproc_t xdr() {
 clnt_stat callRaw(const Client& client, rpcproc_t procedure, xdrproc_t routine, void* argument) {
     return clnt_call(client.get(), procedure, routine, static_cast<char*>(argument), xdr<xdr_void>(), nullptr,
                      kPatience);
+}
+
+std::string items(std::initializer_list<std::uint32_t> values) {
+    std::string bytes;
+    for (const std::uint32_t value : values) {
+        const std::uint32_t big = htonl(value);
+        bytes.append(reinterpret_cast<const char*>(&big), sizeof big);
+    }
+    return bytes;
+}
+
+int descriptorOf(const Client& client) {
+    int descriptor = -1;
+    EXPECT_TRUE(clnt_control(client.get(), CLGET_FD, reinterpret_cast<char*>(&descriptor)));
+    return descriptor;
 }
 
 /// Loads the built module, starts the entities, and runs the process's receive loop, once for all tests.
@@ -195,25 +214,16 @@ TEST_P(Service, malformedRequestsGetTheErrorsOfTheProtocol) {
 
 // The items of a record in odd fragments lie on odd addresses, and across the ends of buffers.
 TEST_P(Service, oddlyFragmentedRecordsAreServed) {
-    std::string request;
-    const auto put = [&request](std::initializer_list<std::uint32_t> items) {
-        for (const std::uint32_t item : items) {
-            const std::uint32_t big = htonl(item);
-            request.append(reinterpret_cast<const char*>(&big), sizeof big);
-        }
-    };
     char gold[] = "gold";
-    put({1, 0, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, 12, 0, 0, 0, 0, 4});  // without credentials
-    request += gold;
+    std::string request = items({1, 0, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, 12, 0, 0, 0, 0, 4}) + gold;
     for (std::uint32_t i = 0; i < 65 + 1 + 512; ++i) {
-        put({i < 65    ? 0
-             : i == 65 ? 5
-                       : 0xABCDEF00 | (i - 66) * 2 % 256});  // name, PCP, and bytes of the bitmap
+        request += items({i < 65    ? 0
+                          : i == 65 ? 5
+                                    : 0xABCDEF00 | (i - 66) * 2 % 256});  // name, PCP, bytes of the bitmap
     }
-    put({0, 0, 0, 256, 512, 1, 2, 0, 0, 0x7E});
+    request += items({0, 0, 0, 256, 512, 1, 2, 0, 0, 0x7E});
     const Client client = connectTo(IPPROTO_TCP);
-    int descriptor = -1;
-    ASSERT_TRUE(clnt_control(client.get(), CLGET_FD, reinterpret_cast<char*>(&descriptor)));
+    const int descriptor = descriptorOf(client);
     for (std::size_t at = 0, length = 7; at < request.size(); at += length, length = length % 89 + 6) {
         length = std::min(length, request.size() - at);
         const auto last = at + length == request.size() ? 0x80000000 : 0;
@@ -231,4 +241,47 @@ TEST_P(Service, oddlyFragmentedRecordsAreServed) {
         ASSERT_EQ(static_cast<unsigned char>(got->info.rule.cVlan[i]), i * 2 % 256) << i;
     }
     EXPECT_EQ(resOf(rpc_onuflowprofile_delete_1(gold, client_.get())), rpcOnuFlowProfileResOk);
+}
+
+// More than the server takes before it looks at others, and the last of a connection comes in two parts.
+TEST_P(Service, requestsThatQueueAreAnsweredInOrder) {
+    constexpr std::uint32_t kCalls = 40;
+    constexpr std::uint32_t kCutShort = 20;
+    const bool tcp = GetParam() == IPPROTO_TCP;
+    const int descriptor = descriptorOf(client_);
+    const auto transmit = [descriptor](std::string_view bytes) {
+        ASSERT_EQ(send(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    };
+    const auto expectAnswer = [descriptor, tcp](std::uint32_t id) {
+        std::array<char, 1000> reply{};
+        pollfd ready{.fd = descriptor, .events = POLLIN, .revents = 0};  // the library made it non-blocking
+        ASSERT_EQ(poll(&ready, 1, 1000 * static_cast<int>(kPatience.tv_sec)), 1) << id;
+        std::uint32_t mark = 0;
+        if (tcp) {
+            ASSERT_EQ(recv(descriptor, &mark, sizeof mark, MSG_WAITALL), ssize_t{sizeof mark});
+        }
+        const std::size_t size = tcp ? ntohl(mark) & 0x7FFFFFFF : reply.size();
+        ASSERT_LE(size, reply.size());
+        ASSERT_GE(recv(descriptor, reply.data(), size, tcp ? MSG_WAITALL : 0), 24);
+        const std::uint32_t status = id == kCutShort ? GARBAGE_ARGS : SUCCESS;
+        EXPECT_EQ(std::string(reply.data(), 24), items({id, REPLY, MSG_ACCEPTED, AUTH_NONE, 0, status}));
+    };
+
+    std::string stream;
+    for (std::uint32_t id = 0; id < kCalls; ++id) {
+        std::string call = items({id, CALL, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, 104, 0, 0, 0, 0, 4});
+        call += id == kCutShort ? "" : "none";
+        if (tcp) {
+            stream += items({0x80000000 | static_cast<std::uint32_t>(call.size())}) + call;
+        } else {
+            transmit(call);
+        }
+    }
+    const std::size_t part = stream.size() - std::min<std::size_t>(stream.size(), 30);
+    transmit(std::string_view(stream).substr(0, part));
+    for (std::uint32_t id = 0; id < kCalls - 1; ++id) {
+        expectAnswer(id);
+    }
+    transmit(std::string_view(stream).substr(part));
+    expectAnswer(kCalls - 1);
 }

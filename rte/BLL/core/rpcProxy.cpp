@@ -51,6 +51,7 @@ void receiveLoop(const std::string& name) {
 RPCProxy::RPCProxy(void* (*start)(void*), const std::string& name)
     : checkInterrupt_(checkInterrupt), start_(start), name_(name) {}
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only a thread that joins itself would throw
 RPCProxy::~RPCProxy() {
     stop(false);
 }

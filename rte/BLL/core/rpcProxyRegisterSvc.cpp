@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "rte/BLL/core/datagramBounds.h"
 #include "rte/BLL/core/rpcProxy.h"
+#include "rte/BLL/core/transportOperations.h"
 
 namespace {
 
@@ -96,7 +96,7 @@ void registerUdp(const Service& service) {
     }
     SVCXPRT* transport = svcudp_create(descriptor);
     if (transport != nullptr) {
-        boundArgumentsToDatagram(transport);
+        adoptDatagrams(transport);
     }
     registerTransport(transport, descriptor, IPPROTO_UDP, kUdpMessages, service);
 }
