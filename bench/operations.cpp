@@ -40,7 +40,7 @@ standin::Inventory fullOlt() {
 }
 
 /// Binding number `binding` of an ONU: two T-CONTs of small rates take turns.
-bool bind(unsigned int onu, unsigned int binding) {
+bool applyService(unsigned int onu, unsigned int binding) {
     return module().onuQosServiceApply(onu, numbered("service", binding), numbered("flow", binding),
                                        numbered("tcont", binding % 2), binding,
                                        servprofile::onuTermPointType0, 1) == onuQos::onuQosResOk;
@@ -76,7 +76,7 @@ void prepare(benchmark::State& state) {
     module().configurationApplyStart();
     const auto bindings = static_cast<unsigned int>(state.range(0));
     for (unsigned int number = 0; number < bindings; ++number) {
-        if (!bind(onuOf(number / kBindingsPerOnu), number % kBindingsPerOnu)) {
+        if (!applyService(onuOf(number / kBindingsPerOnu), number % kBindingsPerOnu)) {
             state.SkipWithError("a binding was refused");
             return;
         }
@@ -190,7 +190,7 @@ void onuFlowProfileCreateAndSet(benchmark::State& state) {
 
 void onuQosServiceApplyRemove(benchmark::State& state) {
     measure(state, [](unsigned int) {
-        bind(onuOf(0), kBindingsPerOnu);
+        applyService(onuOf(0), kBindingsPerOnu);
         return module().onuQosServiceRemove(onuOf(0), numbered("service", kBindingsPerOnu));
     });
 }

@@ -25,7 +25,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Room for the largest message of the program, bytes.
-constexpr unsigned int kBuffer = 8192;
+constexpr std::size_t kBuffer = 8192;
 
 /// A call: its procedure and argument.
 struct Load {
@@ -204,7 +204,7 @@ double microseconds(Clock::duration time) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app(
         "Calls one procedure of the onuqos RPC program for a while and tells how fast it was answered");
     std::string procedure = "null";
@@ -261,63 +261,61 @@ int main(int argc, char** argv) {
                                  "onuflowprofile_create_and_set"};
     const Load& load = loads[std::find(std::begin(names), std::end(names), procedure) - std::begin(names)];
 
-    try {
-        {
-            // The profile that reads find and writes change; creating it again is answered "exists".
-            Client client(transport == "tcp", port);
-            for (const Load& creation : {createTCont, createFlow}) {
-                client.encode(creation, 1);
-                client.call();
-            }
+    {
+        // The profile that reads find and writes change; creating it again is answered "exists".
+        Client client(transport == "tcp", port);
+        for (const Load& creation : {createTCont, createFlow}) {
+            client.encode(creation, 1);
+            client.call();
         }
-        std::atomic<bool> failed{false};
-        std::vector<std::vector<double>> times(static_cast<std::size_t>(clients));
-        const double processorBefore = serverPid != 0 ? processorTime(serverPid) : 0;
-        const auto start = Clock::now();
-        const auto end =
-            start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-        std::vector<std::thread> threads;
-        for (auto& mine : times) {
-            threads.emplace_back([&] {
-                try {
-                    Client client(transport == "tcp", port);
-                    client.encode(load, static_cast<std::size_t>(window));
-                    for (auto before = Clock::now(); before < end;) {
-                        client.call();
-                        const auto after = Clock::now();
-                        mine.push_back(microseconds(after - before));
-                        before = after;
-                    }
-                } catch (const std::exception& error) {
-                    std::fprintf(stderr, "rpcLoad: %s\n", error.what());
-                    failed = true;
+    }
+    std::atomic<bool> failed{false};
+    std::vector<std::vector<double>> times(static_cast<std::size_t>(clients));
+    const double processorBefore = serverPid != 0 ? processorTime(serverPid) : 0;
+    const auto start = Clock::now();
+    const auto end =
+        start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    std::vector<std::thread> threads;
+    for (auto& mine : times) {
+        threads.emplace_back([&] {
+            try {
+                Client client(transport == "tcp", port);
+                client.encode(load, static_cast<std::size_t>(window));
+                for (auto before = Clock::now(); before < end;) {
+                    client.call();
+                    const auto after = Clock::now();
+                    mine.push_back(microseconds(after - before));
+                    before = after;
                 }
-            });
-        }
-        std::ranges::for_each(threads, [](std::thread& thread) { thread.join(); });
-        if (failed) {
-            return 1;
-        }
-        const double elapsed = microseconds(Clock::now() - start) / 1e6;
-        const double processor = serverPid != 0 ? processorTime(serverPid) - processorBefore : 0;
-
-        std::vector<double> all;
-        std::ranges::for_each(times,
-                              [&all](const auto& mine) { all.insert(all.end(), mine.begin(), mine.end()); });
-        std::ranges::sort(all);
-        const double calls = static_cast<double>(all.size()) * window;
-        const auto quantile = [&all](double share) {
-            return all[static_cast<std::size_t>(share * static_cast<double>(all.size() - 1))];
-        };
-        std::printf(
-            "{\"procedure\": \"%s\", \"transport\": \"%s\", \"clients\": %d, \"window\": %d, \"calls\": "
-            "%.0f, "
-            "\"callsPerSecond\": %.0f, \"p50us\": %.1f, \"p99us\": %.1f, \"serverCpuUsPerCall\": %.2f}\n",
-            procedure.c_str(), transport.c_str(), clients, window, calls, calls / elapsed, quantile(0.5),
-            quantile(0.99), processor / calls * 1e6);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "rpcLoad: %s\n", error.what());
+            } catch (const std::exception& error) {
+                std::fprintf(stderr, "rpcLoad: %s\n", error.what());
+                failed = true;
+            }
+        });
+    }
+    std::ranges::for_each(threads, [](std::thread& thread) { thread.join(); });
+    if (failed) {
         return 1;
     }
+    const double elapsed = microseconds(Clock::now() - start) / 1e6;
+    const double processor = serverPid != 0 ? processorTime(serverPid) - processorBefore : 0;
+
+    std::vector<double> all;
+    std::ranges::for_each(times,
+                          [&all](const auto& mine) { all.insert(all.end(), mine.begin(), mine.end()); });
+    std::ranges::sort(all);
+    const double calls = static_cast<double>(all.size()) * window;
+    const auto quantile = [&all](double share) {
+        return all[static_cast<std::size_t>(share * static_cast<double>(all.size() - 1))];
+    };
+    std::printf(
+        "{\"procedure\": \"%s\", \"transport\": \"%s\", \"clients\": %d, \"window\": %d, \"calls\": "
+        "%.0f, "
+        "\"callsPerSecond\": %.0f, \"p50us\": %.1f, \"p99us\": %.1f, \"serverCpuUsPerCall\": %.2f}\n",
+        procedure.c_str(), transport.c_str(), clients, window, calls, calls / elapsed, quantile(0.5),
+        quantile(0.99), processor / calls * 1e6);
     return 0;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "rpcLoad: %s\n", error.what());
+    return 1;
 }

@@ -8,9 +8,7 @@
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
 
-using boost::placeholders::_1;
-using boost::placeholders::_2;
-using boost::placeholders::_3;
+using namespace boost::placeholders;
 
 namespace {
 

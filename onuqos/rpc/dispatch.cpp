@@ -25,8 +25,8 @@ struct ArgumentRoom {
 };
 
 template <typename Argument>
-constexpr bool fits = sizeof(Argument) <= sizeof(ArgumentRoom) &&
-                      std::alignment_of_v<Argument> <= std::alignment_of_v<ArgumentRoom>;
+constexpr bool fits = (sizeof(Argument) <= sizeof(ArgumentRoom)) &&
+                      (std::alignment_of_v<Argument> <= std::alignment_of_v<ArgumentRoom>);
 
 // How a decoded argument reaches a handler: not at all, as itself, or as the fields of its structure.
 

@@ -13,7 +13,7 @@
 
 namespace standin {
 
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 namespace {
 

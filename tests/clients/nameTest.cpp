@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "errors.h"
 #include "text.h"
 
 namespace {
@@ -76,13 +75,6 @@ TEST(Text, IsToldShownAndCarried) {
             EXPECT_EQ(clients::nameFromArgument(argument == "''" ? "" : argument), text.bytes);
         }
     }
-}
-
-TEST(NameArgument, RefusesBrokenBase64AndNul) {
-    EXPECT_EQ(clients::nameFromArgument("base64:YQ=="), "a");
-    EXPECT_EQ(clients::nameFromArgument("base64:"), "");
-    EXPECT_THROW(clients::nameFromArgument("base64:YQ"), clients::UsageError);
-    EXPECT_THROW(clients::nameFromArgument("base64:YQBi"), clients::UsageError);
 }
 
 TEST(NameJson, IsAStringOrABase64ObjectOnly) {

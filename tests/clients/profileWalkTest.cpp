@@ -82,8 +82,6 @@ TEST(ProfileWalk, EndsWhereTheWireEnds) {
         {"nothing", {}, {}, WalkEnd::complete},
         {"byte order", {"b", "a", "\xff", "B"}, {"B", "a", "b", "\xff"}, WalkEnd::complete},
         {"64 bytes", {"a", k64, "z"}, {"a", k64, "z"}, WalkEnd::complete},
-        {"a long name last", {"a", k64 + "m"}, {"a", k64}, WalkEnd::cutName},
-        {"a long name only", {k64 + "m"}, {k64}, WalkEnd::cutName},
         {"a long name before others", {"a", k64 + "m", "z"}, {"a", k64}, WalkEnd::cutName},
         {"a long name behind its beginning", {"a", k64, k64 + "m", "z"}, {"a", k64, k64}, WalkEnd::cutName},
         {"an empty name", {"", "a"}, {""}, WalkEnd::emptyName},
@@ -110,30 +108,28 @@ TEST(ProfileWalk, GivesUpWhenTheTableNeverKeepsStill) {
     EXPECT_LT(names.questions(), 100);
 }
 
+/// Walks through a server of a first profile and such answers for the next ones.
+onuqosctl::Walk<Profile> walkThrough(const char* first, const std::function<Step(const std::string&)>& next) {
+    return onuqosctl::walkProfiles<Profile>(
+        {kNotFound, kNoMore},
+        [first] {
+            return Step{0, {first}};
+        },
+        next);
+}
+
 TEST(ProfileWalk, StopsAtAServerWhoseNamesDoNotAscend) {
     int questions = 0;
-    const auto walk = onuqosctl::walkProfiles<Profile>(
-        {kNotFound, kNoMore},
-        [] {
-            return Step{0, {"b"}};
-        },
-        [&questions](const std::string& name) {
-            ++questions;
-            return Step{0, {name == "b" ? "a" : "b"}};
-        });
+    const auto walk = walkThrough("b", [&questions](const std::string& name) {
+        ++questions;
+        return Step{0, {name == "b" ? "a" : "b"}};
+    });
     EXPECT_EQ(walk.end, WalkEnd::unsteady);
     EXPECT_LT(questions, 100);
 }
 
 TEST(ProfileWalk, KeepsWhatItReadBeforeARefusal) {
-    const auto walk = onuqosctl::walkProfiles<Profile>(
-        {kNotFound, kNoMore},
-        [] {
-            return Step{0, {"a"}};
-        },
-        [](const std::string& /*name*/) {
-            return Step{kError, {}};
-        });
+    const auto walk = walkThrough("a", [](const std::string& /*name*/) { return Step{kError, {}}; });
     EXPECT_EQ(namesOf(walk), std::vector<std::string>{"a"});
     EXPECT_EQ(walk.end, WalkEnd::refused);
     EXPECT_EQ(walk.result, kError);

@@ -19,19 +19,9 @@ protected:
 
     /// Expects tables without anything configured, and these alarms.
     void expectEmpty(bool alarm1, bool alarm2) {
-        const onuQosTables now = tables();
-        EXPECT_TRUE(now.onuFlowProfileMap.empty() && now.tContProfileMap.empty());
-        for (const auto& [onu, services] : now.onuQosServiceIntfMap) {
-            EXPECT_THAT(services, IsEmpty()) << onu;
-        }
-        for (const auto& [onu, info] : now.onuQosOnuCacMap) {
-            EXPECT_EQ(info, onuQosOnuCacInfo{}) << onu;
-        }
-        for (const auto& [port, info] : now.onuQosOltCacMap) {
-            EXPECT_EQ(info, onuQosOltCacInfo{}) << port;
-        }
-        EXPECT_EQ(now.onuQosOltCacAlarmMap.at(1), alarm1);
-        EXPECT_EQ(now.onuQosOltCacAlarmMap.at(2), alarm2);
+        empty_.onuQosOltCacAlarmMap[1] = alarm1;
+        empty_.onuQosOltCacAlarmMap[2] = alarm2;
+        EXPECT_EQ(tables(), empty_);
     }
 
     std::string message(const std::string& name, const std::string& argument) {
@@ -59,19 +49,13 @@ protected:
                "\n onuQosOnuCacMap:\n --------------------\n" + sections[4] +
                "\n onuQosOltCacAlarmMap:\n --------------------\n" + sections[5];
     }
+
+    onuQosTables empty_ = tables();
 };
 
 }  // namespace
 
 TEST_F(EntityTest, eventsOfOnusReachTheHardwareLayer) {
-    const auto state = [this](unsigned int intf, int event) {
-        return [=, this] {
-            module_.interfaceStateChange(static_cast<int>(intf), Interfaces::interfaceEvent_t{event});
-        };
-    };
-    const auto ready = [this](unsigned int intf, bool ready, bool other) {
-        return [=, this] { module_.onuConfigEventHandler(intf, ready, other); };
-    };
     const auto failed = [](const std::string& operation, const std::string& lookUp, const char* intf) {
         return refusalLine(operation, lookUp + "() failed for intf: " + intf);
     };
@@ -79,26 +63,32 @@ TEST_F(EntityTest, eventsOfOnusReachTheHardwareLayer) {
     const std::string trace = "onuQos::onuConfigEventHandler(";
     const std::string byType = "interfaceGetTypeById", byHandle = "interfaceGetOMApiInterfaceById";
     const std::string type = byType + "(101)", handle = byHandle + "(101)";
+    enum { kState, kReady };
+    const auto raise = [this](int kind, unsigned int intf, int value) {
+        kind == kState
+            ? module_.interfaceStateChange(static_cast<int>(intf), Interfaces::interfaceEvent_t{value})
+            : module_.onuConfigEventHandler(intf, value != 0, value == 0);
+    };
     struct Row {
-        std::function<void()> event;
+        int kind;
+        unsigned int intf;
+        int value;
         std::string fault;  ///< the look-up that fails
         Lines calls, log;
     };
     // clang-format off
     const Row rows[] = {
-        {state(101, 3), "", {type, handle, "onuStateHandler(0/1/1, 101, false)"}, {}},
-        {state(101, 4), "", {type, handle, "onuStateHandler(0/1/1, 101, true)"}, {}},
-        {state(101, 2), "", {type}, {}},
-        {state(101, 5), "", {type}, {}},
-        {state(1, 4), "", {byType + "(1)"}, {}},
-        {state(999, 4), "", {byType + "(999)"}, {failed(stateOf, byType, "999")}},
-        {state(101, 2), byType, {type}, {failed(stateOf, byType, "101")}},
-        {state(101, 4), byHandle, {type, handle, "onuStateHandler(0/0/0, 101, true)"}, {failed(stateOf, byHandle, "101")}},
-        {ready(101, true, false), "", {type, handle, "onuReadyHandler(0/1/1, 101, true)"}, {trace + "101,True)\n"}},
-        {ready(101, false, true), "", {type, handle, "onuReadyHandler(0/1/1, 101, false)"}, {trace + "101,False)\n"}},
-        {ready(1, true, true), "", {byType + "(1)"}, {trace + "1,True)\n"}},
-        {ready(101, true, true), byType, {type}, {trace + "101,True)\n", failed(configOf, byType, "101")}},
-        {ready(101, true, true), byHandle, {type, handle, "onuReadyHandler(0/0/0, 101, true)"},
+        {kState, 101, 3, "", {type, handle, "onuStateHandler(0/1/1, 101, false)"}, {}},
+        {kState, 101, 4, "", {type, handle, "onuStateHandler(0/1/1, 101, true)"}, {}},
+        {kState, 101, 2, "", {type}, {}},
+        {kState, 1, 4, "", {byType + "(1)"}, {}},
+        {kState, 999, 4, "", {byType + "(999)"}, {failed(stateOf, byType, "999")}},
+        {kState, 101, 4, byHandle, {type, handle, "onuStateHandler(0/0/0, 101, true)"}, {failed(stateOf, byHandle, "101")}},
+        {kReady, 101, true, "", {type, handle, "onuReadyHandler(0/1/1, 101, true)"}, {trace + "101,True)\n"}},
+        {kReady, 101, false, "", {type, handle, "onuReadyHandler(0/1/1, 101, false)"}, {trace + "101,False)\n"}},
+        {kReady, 1, true, "", {byType + "(1)"}, {trace + "1,True)\n"}},
+        {kReady, 101, true, byType, {type}, {trace + "101,True)\n", failed(configOf, byType, "101")}},
+        {kReady, 101, true, byHandle, {type, handle, "onuReadyHandler(0/0/0, 101, true)"},
          {trace + "101,True)\n", failed(configOf, byHandle, "101")}},
     };
     // clang-format on
@@ -109,12 +99,12 @@ TEST_F(EntityTest, eventsOfOnusReachTheHardwareLayer) {
         if (!row.fault.empty()) {
             fail(row.fault);
         }
-        EXPECT_EQ(traceOf(row.event), row.calls);
+        EXPECT_EQ(traceOf([&] { raise(row.kind, row.intf, row.value); }), row.calls);
         EXPECT_EQ(logLines(), row.log);
     }
     EXPECT_EQ(tables(), before);
     standin::log::setLevel(1);
-    ready(101, true, true)();
+    raise(kReady, 101, true);
     EXPECT_THAT(logLines(), IsEmpty()) << "the trace is no error";
 }
 
@@ -133,10 +123,10 @@ TEST_F(EntityTest, recordsAreMadeOnceAndOnlyForTheRightType) {
     EXPECT_TRUE(module_.onuQosIsIntfConfigurable(101));
     EXPECT_FALSE(module_.onuQosIsIntfConfigurable(1));
     EXPECT_FALSE(module_.onuQosIsIntfConfigurable(299));
-    standin::interfaces::overrideType(101, 3);
-    EXPECT_FALSE(module_.onuQosIsIntfConfigurable(101));
     standin::interfaces::overrideType(101, std::nullopt);
     EXPECT_TRUE(module_.onuQosIsIntfConfigurable(101)) << "its records decide";
+    standin::interfaces::overrideType(101, 3);
+    EXPECT_FALSE(module_.onuQosIsIntfConfigurable(101));
 }
 
 TEST_F(EntityTest, defaultsEmptyAllAndClearTheRaisedAlarms) {
@@ -152,8 +142,7 @@ TEST_F(EntityTest, defaultsEmptyAllAndClearTheRaisedAlarms) {
     expectEmpty(false, false);
     expectMirrorAgrees();
     EXPECT_THAT(standin::alarms::snapshot().active, IsEmpty());
-    EXPECT_TRUE(module_.tContProfileIsRateConfigurable(tContType1, tContRateFixed)) << "the rules stay";
-    makeTCont("gold");
+    makeTCont("gold", tContType1);
     EXPECT_FALSE(module_.tContProfileIsApplied("gold"));
     EXPECT_TRUE(module_.applyDefaultSettings());
     EXPECT_EQ(standin::alarms::snapshot().history.size(), 4U) << "nothing is raised any more";
@@ -203,15 +192,16 @@ TEST_F(EntityTest, dumpsEverySection) {
     makeFlow("plain");
     makeFlow("rich");
     Vlans odd;
-    for (std::uint16_t vlan = 199; vlan < 200; vlan = static_cast<std::uint16_t>(vlan - 2)) {
+    std::string vlans;  // as far as the dump shows them
+    for (std::uint16_t vlan = 1; vlan < 200; vlan = static_cast<std::uint16_t>(vlan + 2)) {
         odd.push_back(vlan);
+        vlans += vlan <= 67 ? std::to_string(vlan) + "," : "";
     }
     EXPECT_EQ(ruleSet("rich", {.cPcp = 0, .cVlan = odd}), onuQosResOk);
     makeRates("t", 2048, 2048, 6);
     EXPECT_EQ(module_.tContProfileAllocTypeSet("t", tContDbaMode1), onuQosResOk);
     EXPECT_EQ(module_.tContProfileSrdbaWeightSet("t", 0xFFFFFFFF), onuQosResOk);
     EXPECT_EQ(module_.tContProfileSrdbaPrioritySet("t", 7), onuQosResOk);
-    makeTCont("one", tContType1, 2);
     EXPECT_EQ(bind(101, "z", "plain", "t", 0xFFFFFFFF), onuQosResOk);
     EXPECT_EQ(bind(101, "a", "rich", "t", 10), onuQosResOk);
     EXPECT_EQ(module_.onuFlowProfileRename("plain", "now"), onuQosResOk);
@@ -219,10 +209,6 @@ TEST_F(EntityTest, dumpsEverySection) {
     standin::ports::setDistances(2, 0, 54);
     EXPECT_EQ(module_.onuQosOltCacStateUpdate(2), onuQosResOk);
 
-    std::string vlans;
-    for (int vlan = 1; vlan <= 67; vlan += 2) {
-        vlans += std::to_string(vlan) + ",";
-    }
     const std::string actions = "\n \t\tActions:\n \t\t\tguarRateUs: 128, peakRateUs: " + peak +
                                 ", flowPriorityUs: 0, flowPriorityDs: 0\n";
     std::string services = interfaces();
@@ -240,8 +226,6 @@ TEST_F(EntityTest, dumpsEverySection) {
         " \tname: now(now)\n \t\tUpstream/incoming rules:\n" + actions +
             " \tname: rich(rich)\n \t\tUpstream/incoming rules:\n \t\t\tcPcp: 0\n \t\t\tcvlan: " + vlans +
             "\n" + actions,
-        " \tname: one (one)\n \t\ttContId: 2, tContType: 1, fixedRate: 256, assuredRate: 0, maximumRate: "
-        "256, dbaAllocType: 2, dbaWeight: 1, dbaPriority: 0\n"
         " \tname: t (t)\n \t\ttContId: 6, tContType: 5, fixedRate: 2048, assuredRate: 2048, maximumRate: " +
             peak + ", dbaAllocType: 1, dbaWeight: 4294967295, dbaPriority: 7\n",
         services,
@@ -250,8 +234,7 @@ TEST_F(EntityTest, dumpsEverySection) {
         " \tintf: 101" + accounted + " \tintf: 203" + accounted,
         " \tintf: 2, alarm: 1\n"};
     const std::pair<const char*, std::string> arguments[] = {
-        {"", services}, {"101", of101}, {" +101x", of101}, {"4294967397", of101}, {"102", " \tintf: 102\n"},
-        {"999", ""},    {"-1", ""},     {"abc", services}, {"0x65", services}};
+        {"", services}, {" +101x", of101}, {"4294967397", of101}, {"102", " \tintf: 102\n"}, {"999", ""}};
     for (const auto& [argument, shown] : arguments) {
         sections[2] = shown;
         EXPECT_EQ(message("onuQosDump", argument), dumpText(sections)) << argument;
@@ -262,20 +245,13 @@ TEST_F(EntityTest, dumpsEverySection) {
 
     EXPECT_EQ(message("onuQosdump", ""), "");
     EXPECT_THAT(message("onuQosOMApiDump", "ignored"), testing::HasSubstr("  now: PCP -1"));
-    const std::pair<const char*, const char*> switches[] = {
-        {"1", "true"}, {"yes", "true"}, {"0", "false"}, {"", "true"}, {"00", "true"}};
-    for (const auto& row : switches) {
-        EXPECT_THAT(traceOf([&] { EXPECT_EQ(message("onuQosOMApiDebug", row.first), ""); }),
-                    ElementsAre("onuQosOMApiDebug(" + std::string(row.second) + ")"));
+    for (const std::string given : {"0", "", "00"}) {
+        EXPECT_THAT(traceOf([&] { EXPECT_EQ(message("onuQosOMApiDebug", given), ""); }),
+                    ElementsAre(given == "0" ? "onuQosOMApiDebug(false)" : "onuQosOMApiDebug(true)"));
     }
 }
 
 TEST(VectorValuesString, rangesDoublesAndLimits) {
-    Vlans upTo200, odd;
-    for (std::uint16_t i = 200; i > 0; --i) {
-        upTo200.push_back(i);
-        odd.push_back(static_cast<std::uint16_t>(2 * i - 1));
-    }
     struct Row {
         Vlans values;
         unsigned int limit;
@@ -284,9 +260,8 @@ TEST(VectorValuesString, rangesDoublesAndLimits) {
     // clang-format off
     const Row rows[] = {
         {{8, 7, 5, 3, 2, 1}, 0, "", "1-3,5,7-8"}, {{0, 1, 2}, 0, "", "0-2"}, {{5, 5}, 0, "", "5,5"},
-        {{5, 5, 6, 6, 7}, 0, "", "5,5-6,6-7"},    {{65535, 0}, 0, "", "0,65535"}, {{1, 2}, 0, "", "1-2"},
-        {upTo200, 100, "", "1-200"},              {odd, 10, "", "1,3,5,7,"},
-        {{1, 3, 5, 7, 9}, 10, "", "1,3,5,7,9"},   {{1, 3}, 3, "", "1,"}, {{1, 3}, 4, "", "1,3"},
+        {{5, 5, 6, 6, 7}, 0, "", "5,5-6,6-7"},    {{65535, 0}, 0, "", "0,65535"},
+        {{1, 3}, 3, "", "1,"}, {{1, 3}, 4, "", "1,3"}, {{9, 1, 2, 3, 4, 5, 6, 7}, 6, "", "1-7,9"},
         {{1}, 1, "", ""}, {{1}, 6, "VLAN ", "VLAN "}, {{1}, 7, "VLAN ", "VLAN 1"},
     };
     // clang-format on

@@ -91,6 +91,10 @@ protected:
     /// "id type fixed/assured/maximum mode weight priority" of a stored T-CONT profile; "none" without one.
     std::string tContText(const std::string& name) const;
 
+    /// What ONU 101 binds, what of it is accounted, the fixed sum of its port, violation and alarm, and on
+    /// how many interfaces flow and T-CONT profiles count as applied: "s s2 | t onu | 5952 alarm | 11".
+    std::string onuText() const;
+
     void makeTCont(const std::string& name, onuTContProfileType type = tContType5, unsigned int id = 1);
     /// A type 5 profile of these rates and the highest maximum.
     void makeRates(const std::string& name, unsigned int fixed, unsigned int assured, unsigned int id = 1);

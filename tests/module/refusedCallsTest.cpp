@@ -104,20 +104,6 @@ protected:
         const auto [guar, peak, up, down] = action;
         return testing::PrintToString(std::tuple(rule.cPcp, rule.cVlan, guar, peak, up, down));
     }
-
-    /// What ONU 101 binds, what of it is accounted, the fixed sum, violation and alarm of its port, and on
-    /// how many interfaces the profiles count as applied.
-    std::string serviceText() const {
-        const onuQosTables now = tables();
-        const auto& onu = now.onuQosOnuCacMap.at(101);
-        const auto& port = now.onuQosOltCacMap.at(1);
-        return std::string(now.onuQosServiceIntfMap.at(101).contains("s") ? "bound " : "") +
-               (onu.onuQosTContIntfCacInfoMap.contains("p") ? "T-CONT " : "") +
-               (onu.configured ? "ONU " : "") + std::to_string(port.fixedAlloc) +
-               (port.cacViolation ? " violation" : "") + (now.onuQosOltCacAlarmMap.at(1) ? " alarm" : "") +
-               (now.onuFlowProfileMap.at("p").appliedIntfSet.empty() ? "" : " flow") +
-               (now.tContProfileMap.at("p").appliedIntfs.empty() ? "" : " rates");
-    }
 };
 
 void RefusedCalls::refuseInTurn(const std::vector<Operation>& operations) {
@@ -274,7 +260,7 @@ TEST_F(RefusedCalls, ofAdmission) {
         EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "p", true), onuQosResOk);
         standin::ports::setDistances(1, 0, 54);
     };
-    const auto text = [this] { return serviceText(); };
+    const auto text = [this] { return onuText(); };
     const auto speed = reads<Two>([&](Two& o) { return m.onuQosOltIntfCacSpeedGet(1, o.first, o.second); });
     unsigned int a = 0, b = 0, c = 0, d = 0;
     bool violation = false;
@@ -299,7 +285,7 @@ TEST_F(RefusedCalls, ofAdmission) {
         {"onuQosOltCacAlarm", nothing, [&] { return m.onuQosOltCacAlarm(1, true); }},
         {"onuQosOltCacStateUpdate", nothing, [&] { return m.onuQosOltCacStateUpdate(1); }},
         {.name = "onuQosOltCacStateUpdate", .prepare = overCommitted, .run = [&] { return m.onuQosOltCacStateUpdate(1); },
-         .passes = {"T-CONT 4032 violation"}, .describe = text},
+         .passes = {"| p | 4032 violation | 00"}, .describe = text},
     });
     fail("sharedLock");
     EXPECT_EQ(m.onuQosCacOltGet(1, a, b, c, d, violation), onuQosResError);
@@ -307,15 +293,15 @@ TEST_F(RefusedCalls, ofAdmission) {
 }
 
 TEST_F(RefusedCalls, ofServices) {
-    const auto text = [this] { return serviceText(); };
+    const auto text = [this] { return onuText(); };
     const std::map<std::string, int> answers{{"onuQosIsIntfConfigurable() failed", onuQosResWrongIntf},
                                              {"onuQosActualCacOnServiceApply() failed", onuQosResRateError}};
     refuseInTurn({
         {.name = "onuQosServiceApply", .prepare = profiles, .run = [&] { return bind(101, "s", "p", "p", 10); },
-         .answers = answers, .passes = {"bound 0", "bound T-CONT 4032", "bound T-CONT ONU 5952"}, .describe = text,
+         .answers = answers, .passes = {"s | | 0 | 00", "s | p | 4032 | 00", "s | p onu | 5952 | 00"}, .describe = text,
          .mends = false, .goesOn = "interfaceGetTypeById no. 1"},  // an ONU by its records
         {.name = "onuQosServiceRemove", .prepare = bound, .run = [&] { return module_.onuQosServiceRemove(101, "s"); },
-         .answers = answers, .passes = {"T-CONT ONU 5952 flow rates", "ONU 1920 flow rates", "0 flow rates"},
+         .answers = answers, .passes = {"| p onu | 5952 | 11", "| onu | 1920 | 11", "| | 0 | 11"},
          .describe = text, .mends = false, .goesOn = "interfaceGetTypeById no. 1"},
         {.name = "flowIdToServiceName", .prepare = bound,
          .run = reads<std::string>([&](std::string& service) { return module_.flowIdToServiceName(101, 1, service); })},

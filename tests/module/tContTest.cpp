@@ -34,14 +34,9 @@ protected:
     /// What `change` pushes of profile "gold": "create", "delete", and of each set the fields that its
     /// selector stands for: "rates 0 256 512"; all others must be 0, but for those of a type.
     static std::string pushesOf(const std::function<void()>& change) {
-        struct Selector {
-            int number;
-            const char* name;
-            std::set<int> fields;
-        };
-        static const Selector kSelectors[] = {{1, "id", {0}},          {6, "rates", {2, 3, 4}},
-                                              {8, "weight", {6}},      {9, "priority", {7}},
-                                              {10, "mode", {5, 6, 7}}, {11, "type", {1}}};
+        static const std::map<int, std::pair<std::string, std::set<int>>> kSelectors{
+            {1, {"id", {0}}},       {6, {"rates", {2, 3, 4}}}, {8, {"weight", {6}}},
+            {9, {"priority", {7}}}, {10, {"mode", {5, 6, 7}}}, {11, {"type", {1}}}};
         std::string pushes;
         for (const auto& [operation, arguments] : callsOf(change)) {
             std::string push;
@@ -55,10 +50,10 @@ protected:
                 EXPECT_EQ(std::sscanf(arguments.c_str(), "gold, {, %u, %u, %u, %u, %u, %u, %u, %u}, %d", n,
                                       n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, &number),
                           9);
-                const auto* selector = std::ranges::find(kSelectors, number, &Selector::number);
-                push = selector->name;
+                const auto& [selected, fields] = kSelectors.at(number);
+                push = selected;
                 for (int i = 0; i < 8; ++i) {
-                    if (selector->fields.contains(i)) {
+                    if (fields.contains(i)) {
                         push += " " + std::to_string(n[i]);
                     } else if (number != 11) {
                         EXPECT_EQ(n[i], 0U) << arguments;
@@ -100,12 +95,9 @@ TEST_F(TContTest, typesWithoutARowHaveNoAttributesAndNoPlatformForm) {
 TEST_F(TContTest, theMaskNamesWhatDiffersAndCanBeConfigured) {
     const std::pair<tContProfileInfo, unsigned int> rows[] = {
         {infoOf(1, 5, {0, 0, 256}, 2, 1, 0), 0},
-        {infoOf(1, 3, {0, 256, 512}, 2, 1, 0), 4},
-        {infoOf(2, 5, {0, 0, 512}, 2, 1, 0), 2 + 32},
         {infoOf(1, 1, {256, 100, 300}, 2, 1, 0), 4},
         {infoOf(1, 1, {512, 0, 512}, 0, 2, 3), 4 + 8 + 128 + 256},
         {infoOf(1, 2, {9, 512, 512}, 1, 1, 1), 4 + 16 + 64 + 256},
-        {infoOf(0, 4, {9, 9, 0}, 0, 0, 0), 2 + 4 + 32 + 64 + 128},
         {infoOf(3, 5, {256, 256, 1024}, 1, 2, 3), 2 + 8 + 16 + 32 + 64 + 128 + 256},
         {infoOf(1, 6, {1, 1, 1}, 1, 1, 1), 4},
     };
@@ -159,32 +151,22 @@ TEST_F(TContTest, aRateKeepsTheRulesOfItsType) {
         {1, {256, 0, 256}, kFixedSet, kHighest, onuQosResOk, {kHighest, 0, kHighest}},
         {1, {256, 0, 256}, kFixedSet, kHighest + 1, onuQosResRateError, {256, 0, 256}},
         {1, {1024, 0, 1024}, kFixedSet, kDefault, onuQosResOk, {256, 0, 256}},
-        {1, {1024, 0, 1024}, kFixedSet, kDefault - 1, onuQosResRateError, {1024, 0, 1024}},
         {1, {1024, 0, 1024}, kFixedSet, 255, onuQosResRateError, {1024, 0, 1024}},
-        {1, {1024, 0, 1024}, kFixedSet, 0, onuQosResRateError, {1024, 0, 1024}},
-        {1, {256, 0, 256}, kAssuredSet, 0, onuQosResOutOfRange, {256, 0, 256}},
-        {1, {256, 0, 256}, kMaximumSet, 256, onuQosResOutOfRange, {256, 0, 256}},
 
         {2, {0, 256, 256}, kFixedSet, 0, onuQosResOutOfRange, {0, 256, 256}},
         {2, {0, 256, 256}, kAssuredSet, 1000, onuQosResOk, {0, 1024, 1024}},
-        {2, {0, 1024, 1024}, kAssuredSet, kDefault, onuQosResOk, {0, 256, 256}},
         {2, {0, 1024, 1024}, kAssuredSet, 0, onuQosResRateError, {0, 1024, 1024}},
 
         {3, {0, 256, 512}, kFixedSet, kDefault, onuQosResOutOfRange, {0, 256, 512}},
         {3, {0, 256, 512}, kAssuredSet, 256, onuQosResOk, {0, 256, 512}},
         {3, {0, 256, 1024}, kAssuredSet, 768, onuQosResOk, {0, 768, 1024}},
         {3, {0, 256, 1024}, kAssuredSet, 769, onuQosResRateError, {0, 256, 1024}},
-        {3, {0, 512, 1024}, kAssuredSet, 255, onuQosResRateError, {0, 512, 1024}},
-        {3, {0, 512, 1024}, kAssuredSet, kDefault, onuQosResOk, {0, 256, 1024}},
         {3, {0, 256, 512}, kMaximumSet, 600, onuQosResOk, {0, 256, 640}},
         {3, {0, 512, 1024}, kMaximumSet, 768, onuQosResOk, {0, 512, 768}},
         {3, {0, 512, 1024}, kMaximumSet, 640, onuQosResRateError, {0, 512, 1024}},
-        {3, {0, 512, 1024}, kMaximumSet, kDefault, onuQosResRateError, {0, 512, 1024}},
 
         {4, {0, 0, 256}, kFixedSet, 256, onuQosResOutOfRange, {0, 0, 256}},
         {4, {0, 0, 256}, kMaximumSet, 1000, onuQosResOk, {0, 0, 1024}},
-        {4, {0, 0, 1024}, kMaximumSet, kDefault, onuQosResOk, {0, 0, 256}},
-        {4, {0, 0, 1024}, kMaximumSet, 0, onuQosResRateError, {0, 0, 1024}},
 
         {5, {0, 0, 256}, kAssuredSet, 256, onuQosResRateError, {0, 0, 256}},
         {5, {0, 0, 512}, kAssuredSet, 100, onuQosResRateError, {0, 0, 512}},
@@ -193,7 +175,6 @@ TEST_F(TContTest, aRateKeepsTheRulesOfItsType) {
         {5, {256, 0, 640}, kAssuredSet, 128, onuQosResOk, {256, 128, 640}},
         {5, {256, 128, 640}, kFixedSet, 0, onuQosResRateError, {256, 128, 640}},
         {5, {256, 256, 1024}, kFixedSet, 0, onuQosResOk, {0, 256, 1024}},
-        {5, {256, 256, 1024}, kFixedSet, kDefault, onuQosResOk, {0, 256, 1024}},
         {5, {256, 256, 1024}, kFixedSet, 513, onuQosResRateError, {256, 256, 1024}},
         {5, {256, 256, 1024}, kMaximumSet, 768, onuQosResOk, {256, 256, 768}},
         {5, {256, 256, 1024}, kMaximumSet, 640, onuQosResRateError, {256, 256, 1024}},
@@ -243,7 +224,6 @@ TEST_F(TContTest, theOtherAttributesKeepTheirDomains) {
     };
     // One profile goes through all rows.
     const Row rows[] = {
-        {id, 0, onuQosResOk, "1 5 0/0/256 2 1 0", ""},
         {id, 7, onuQosResOutOfRange, "1 5 0/0/256 2 1 0", ""},
         {id, 6, onuQosResOk, "6 5 0/0/256 2 1 0", "id 6"},
         {id, 0, onuQosResOk, "1 5 0/0/256 2 1 0", "id 1"},
@@ -254,10 +234,8 @@ TEST_F(TContTest, theOtherAttributesKeepTheirDomains) {
         {priority, 7, onuQosResOk, "1 5 0/0/256 2 5 7", "priority 7"},
         {mode, 2, onuQosResOk, "1 5 0/0/256 2 5 7", ""},
         {mode, 0, onuQosResOutOfRange, "1 5 0/0/256 2 5 7", ""},
-        {mode, 3, onuQosResOutOfRange, "1 5 0/0/256 2 5 7", ""},
         {mode, 1, onuQosResOk, "1 5 0/0/256 1 5 7", "mode 1 5 7"},
         {type, 3, onuQosResOk, "1 3 0/256/512 1 5 7", "type 3"},
-        {type, 3, onuQosResOk, "1 3 0/256/512 1 5 7", ""},
         {type, 1, onuQosResOk, "1 1 256/0/256 1 5 7", "type 1"},
         {mode, 1, onuQosResOutOfRange, "1 1 256/0/256 1 5 7", ""},
         {weight, 0xFFFFFFFF, onuQosResOk, "1 1 256/0/256 1 4294967295 7", "weight 4294967295"},
@@ -340,7 +318,6 @@ protected:
 TEST_F(TContCreateAndSet, makesNewProfiles) {
     check({
         {{}, kNines, 1 + 64 + 128 + 256 + 512, kOk, "1 5 0/0/256", "create"},
-        {{}, infoOf(0, 9, {9, 9, 9}), kId, kOk, "1 5 0/0/256", "create"},
         {{}, infoOf(6, 9, {9, 9, 9}), kId, kOk, "6 5 0/0/256", "create, id 6"},
         {{}, infoOf(9, 1, {9, 9, 9}), kType, kOk, "1 1 256/0/256", "create, type 1"},
         {{}, infoOf(9, 1, {1000, 9, 9}), kType + kFixed, kOk, "1 1 1024/0/1024", "create, type 1, rates 1024 0 1024"},
@@ -372,7 +349,6 @@ TEST_F(TContCreateAndSet, refusesBeforeAnythingIsDone) {
         row(infoOf(9, 1, {255, 0, 0}), kType + kFixed, kOutOfRange, "fixedRate domain error: 255"),
         row(infoOf(9, 2, {0, kHighest + 1, 0}), kType + kAssured, kOutOfRange,
             "assuredRate domain error: " + std::to_string(kHighest + 1)),
-        row(infoOf(9, 5, {kDefault, 0, 0}), kType + kFixed, kOutOfRange, "fixedRate domain error: 4294967295"),
         row(infoOf(9, 1, {0, 100, 0}), kType + kAssured, kOutOfRange, "assuredRate not configurable"),
         row(infoOf(9, 3, {1, 0, 0}), kType + kFixed, kOutOfRange, "fixedRate not configurable"),
         row(infoOf(9, 2, {0, 0, 0}), kType + kMaximum, kOutOfRange, "maximumRate not configurable"),
@@ -380,7 +356,6 @@ TEST_F(TContCreateAndSet, refusesBeforeAnythingIsDone) {
         row(infoOf(9, 5, {128, 0, 1024}), kFixed + kMaximum, kRateError, "Type 5 fixed-assured rate inconsistency"),
         row(infoOf(9, 5, {256, 0, 384}), kFixed + kMaximum, kRateError, "Type 5 max-fixed-assured rate inconsistency"),
         row(infoOf(9, 0, {0, 0, 0}), kType, onuQosResError, ""),
-        row(infoOf(9, 6, {0, 0, 0}), kType + kRates, onuQosResError, ""),
         // The order of the checks: id, type, fixed, assured, maximum.
         row(infoOf(7, 6, {1, 1, 1}), kId + kType + kRates, kOutOfRange, "tcontId domain error: 7"),
         row(infoOf(1, 1, {1, 1, 1}), kType + kRates, kOutOfRange, "fixedRate domain error: 1"),

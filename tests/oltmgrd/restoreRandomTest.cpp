@@ -1,4 +1,6 @@
 #include <cstdlib>
+#include <functional>
+#include <initializer_list>
 #include <random>
 #include <string>
 
@@ -23,81 +25,51 @@ protected:
         return anyOf(kNames);
     }
 
+    /// Makes one of these changes.
+    void doAnyOf(std::initializer_list<std::function<void()>> changes) {
+        changes.begin()[number(changes.size())]();
+    }
+
     void changeTCont() {
         static const std::vector<unsigned int> kRates{0, 64, 128, 256, 320, 512, 1024, 64000, 0xFFFFFFFF};
         const std::string name = anyName();
-        switch (number(11)) {
-            case 0:
-            case 1:
-                module_.tContProfileCreate(name);
-                break;
-            case 2:
-                module_.tContProfileDelete(name);
-                break;
-            case 3:
-            case 4:
-                module_.tContProfileRename(name, anyName());
-                break;
-            case 5:
-                module_.tContProfileTypeSet(name, static_cast<onuTContProfileType>(1 + number(5)));
-                break;
-            case 6:
-                module_.tContProfileIdSet(name, static_cast<unsigned int>(1 + number(3)));
-                break;
-            case 7:
-                module_.tContProfileAllocTypeSet(name,
-                                                 static_cast<onuTContProfileDbaCtrlMode>(1 + number(2)));
-                break;
-            case 8:
-                module_.tContProfileSrdbaWeightSet(name, static_cast<unsigned int>(number(3)));
-                break;
-            case 9:
-                module_.tContProfileSrdbaPrioritySet(name, static_cast<unsigned int>(number(3)));
-                break;
-            default:
-                module_.tContProfileMaximumRateSet(name, anyOf(kRates));
-                module_.tContProfileFixedRateSet(name, anyOf(kRates));
-                module_.tContProfileAssuredRateSet(name, anyOf(kRates));
-                break;
-        }
+        const auto create = [&] { module_.tContProfileCreate(name); };
+        const auto rename = [&] { module_.tContProfileRename(name, anyName()); };
+        const auto upTo = [this](std::size_t most) { return static_cast<unsigned int>(1 + number(most)); };
+        doAnyOf({create, create, rename, rename, [&] { module_.tContProfileDelete(name); },
+                 [&] { module_.tContProfileTypeSet(name, static_cast<onuTContProfileType>(upTo(5))); },
+                 [&] { module_.tContProfileIdSet(name, upTo(3)); },
+                 [&] {
+                     module_.tContProfileAllocTypeSet(name, static_cast<onuTContProfileDbaCtrlMode>(upTo(2)));
+                 },
+                 [&] { module_.tContProfileSrdbaWeightSet(name, upTo(3) - 1); },
+                 [&] { module_.tContProfileSrdbaPrioritySet(name, upTo(3) - 1); },
+                 [&] {
+                     module_.tContProfileMaximumRateSet(name, anyOf(kRates));
+                     module_.tContProfileFixedRateSet(name, anyOf(kRates));
+                     module_.tContProfileAssuredRateSet(name, anyOf(kRates));
+                 }});
     }
 
     void changeFlow() {
         const std::string name = anyName();
-        onuQos::onuFlowProfileRule rule{.cPcp = static_cast<std::uint32_t>(number(9)) - 1, .cVlan = {}};
+        Rule rule{.cPcp = static_cast<std::uint32_t>(number(9)) - 1, .cVlan = {}};
         for (std::size_t i = number(4); i > 0; --i) {
             rule.cVlan.push_back(static_cast<std::uint16_t>(1 + number(6)));
         }
-        onuQos::onuFlowProfileAction action{.guarRateUs = static_cast<std::uint32_t>(64 * number(9)),
-                                            .peakRateUs = static_cast<std::uint32_t>(64 * number(9)),
-                                            .flowPriorityUs = static_cast<std::uint32_t>(number(8)),
-                                            .flowPriorityDs = static_cast<std::uint32_t>(number(8))};
-        const auto operation = static_cast<onuQos::onuFlowProfileOperation>(static_cast<int>(number(3)) - 1);
-        switch (number(9)) {
-            case 0:
-            case 1:
-                module_.onuFlowProfileCreate(name);
-                break;
-            case 2:
-                module_.onuFlowProfileDelete(name);
-                break;
-            case 3:
-                module_.onuFlowProfileRename(name, anyName());
-                break;
-            case 4:
-                module_.onuFlowProfileCopy(name, anyName());
-                break;
-            case 5:
-                module_.onuFlowProfileRuleSet(name, rule, onuQos::onuFlowProfileRuleTypeCPcp, operation);
-                break;
-            case 6:
-            case 7:
-                module_.onuFlowProfileRuleSet(name, rule, onuQos::onuFlowProfileRuleTypeCVlan, operation);
-                break;
-            default:
-                module_.onuFlowProfileActionSet(name, action, onuQos::onuFlowProfileActionTypeAll, operation);
-                break;
-        }
+        const Action action{.guarRateUs = static_cast<std::uint32_t>(64 * number(9)),
+                            .peakRateUs = static_cast<std::uint32_t>(64 * number(9)),
+                            .flowPriorityUs = static_cast<std::uint32_t>(number(8)),
+                            .flowPriorityDs = static_cast<std::uint32_t>(number(8))};
+        const auto operation = onuQos::onuFlowProfileOperation{static_cast<int>(number(3)) - 1};
+        const auto create = [&] { module_.onuFlowProfileCreate(name); };
+        const auto vlans = [&] { ruleSet(name, rule, onuQos::onuFlowProfileRuleTypeCVlan, operation); };
+        doAnyOf({create, create, vlans, vlans,
+                 [&] { ruleSet(name, rule, onuQos::onuFlowProfileRuleTypeCPcp, operation); },
+                 [&] { actionSet(name, action, onuQos::onuFlowProfileActionTypeAll, operation); },
+                 [&] { module_.onuFlowProfileDelete(name); },
+                 [&] { module_.onuFlowProfileRename(name, anyName()); },
+                 [&] { module_.onuFlowProfileCopy(name, anyName()); }});
     }
 
     void changeService() {
@@ -113,25 +85,11 @@ protected:
     }
 
     void change() {
-        switch (number(8)) {
-            case 0:
-                module_.configurationApplyStart();
-                break;
-            case 1:
-                module_.configurationApplyStop();
-                break;
-            case 2:
-            case 3:
-                changeTCont();
-                break;
-            case 4:
-            case 5:
-                changeFlow();
-                break;
-            default:
-                changeService();
-                break;
-        }
+        const auto tcont = [this] { changeTCont(); };
+        const auto flow = [this] { changeFlow(); };
+        const auto service = [this] { changeService(); };
+        doAnyOf({[this] { module_.configurationApplyStart(); }, [this] { module_.configurationApplyStop(); },
+                 tcont, tcont, flow, flow, service, service});
     }
 
 private:

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "standin/serviceProfiles.h"
 
 using oltmgrd::ConfigurationDocument;
@@ -99,30 +97,25 @@ TEST_F(RestoreTest, AConfigurationWithoutRemovalsComesBackAltogether) {
 
 struct Shape {
     const char* name;
-    unsigned int type, fixed, assured, maximum;
+    int type;
+    unsigned int fixed, assured, maximum;
 };
+
+void PrintTo(const Shape& shape, std::ostream* out) {
+    *out << shape.name;
+}
 
 class RestoreShape : public RestoreTest, public testing::WithParamInterface<Shape> {};
 
-/// Sets the rates so that they come about by whatever order works.
 TEST_P(RestoreShape, ComesBack) {
-    const Shape& shape = GetParam();
-    ASSERT_EQ(module_.tContProfileCreate("t"), onuQos::onuQosResOk);
-    module_.tContProfileTypeSet("t", static_cast<onuTContProfileType>(shape.type));
-    for (int round = 0; round < 2; ++round) {
-        module_.tContProfileMaximumRateSet("t", std::max(shape.maximum, 4096U));
-        if (round == 0) {
-            module_.tContProfileAssuredRateSet("t", std::max(shape.assured, 256U));
-        }
-        module_.tContProfileFixedRateSet("t", shape.fixed);
-        module_.tContProfileAssuredRateSet("t", shape.assured);
-    }
-    module_.tContProfileMaximumRateSet("t", shape.maximum);
-    tContProfileInfo info;
-    ASSERT_EQ(module_.tContProfileGet("t", info), onuQos::onuQosResOk);
-    ASSERT_EQ((std::vector{info.fixedRate, info.assuredRate, info.maximumRate}),
-              (std::vector{shape.fixed, shape.assured, shape.maximum}))
-        << "the test's own way to these rates";
+    const auto [name, type, fixed, assured, maximum] = GetParam();
+    ConfigurationDocument document;
+    document.tcontProfiles.resize(1);
+    document.tcontProfiles[0].name = name;
+    document.tcontProfiles[0].shape = {
+        .tContType = type, .fixedRate = fixed, .assuredRate = assured, .maximumRate = maximum};
+    EXPECT_THAT(restore(document).lost, IsEmpty());
+    EXPECT_EQ(saved().tcontProfiles, document.tcontProfiles);
     expectRestored();
 }
 
@@ -281,7 +274,7 @@ TEST_F(RestoreTest, AppliedSetsThatRemovalsLeftComeBack) {
     expectRestored();
 }
 
-TEST_F(RestoreTest, TheTerminationPointThatWasPushedComesBack) {
+TEST_F(RestoreTest, TheTerminationPointAndTContIdThatWerePushedComeBack) {
     makeFlow("f");
     makeTCont("t");
     ASSERT_EQ(bind(101, "pushed", "f", "t", 1, {.type = 1, .id = 5}), onuQos::onuQosResOk);
@@ -290,6 +283,14 @@ TEST_F(RestoreTest, TheTerminationPointThatWasPushedComesBack) {
     expectRestored();
     EXPECT_EQ(snapshot().hardware.bindings.at(0).uniType, 6);
     EXPECT_EQ(services().list().at(0).termPoint, (TermPoint{.type = 77, .id = 6}));
+    // Changed under another name the profile gives a further equal binding, not pushed either, another id.
+    ASSERT_EQ(module_.tContProfileRename("t", "u"), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileIdSet("u", 6), onuQos::onuQosResOk);
+    ASSERT_EQ(module_.tContProfileRename("u", "t"), onuQos::onuQosResOk);
+    ASSERT_EQ(bind(101, "later", "f", "t", 1), onuQos::onuQosResOk);
+    ASSERT_EQ(services().remove(101, "equal"), onuQos::onuQosResOk);
+    expectRestored();
+    EXPECT_EQ(snapshot().hardware.bindings.at(0).tcontId, 1U);
 }
 
 TEST_F(RestoreTest, SumsThatEarlierRemovalsMadeAreReportedWithTheirDifference) {

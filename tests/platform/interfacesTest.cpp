@@ -6,10 +6,7 @@
 #include "Interfaces.h"
 #include "Ports.h"
 #include "platformTest.h"
-#include "servprofile.h"
-#include "standin/error.h"
 #include "standin/features.h"
-#include "standin/serviceProfiles.h"
 
 namespace {
 
@@ -18,17 +15,6 @@ std::string joined(Values... values) {
     std::string text;
     ((text += (text.empty() ? "" : "/") + std::to_string(values)), ...);
     return text;
-}
-
-/// The message of the `Error` that `work` throws; "" if it throws none.
-template <typename Work>
-std::string errorOf(Work work) {
-    try {
-        work();
-        return "";
-    } catch (const standin::Error& error) {
-        return error.what();
-    }
 }
 
 class InterfacesTest : public PlatformTest {
@@ -102,93 +88,15 @@ TEST_F(InterfacesTest, AnswerWhatTheInventorySays) {
     EXPECT_TRUE(isActive(15));
 }
 
-TEST_F(InterfacesTest, TypeOverrideChangesLookUpsOnly) {
-    const std::string before = answers(101), listBefore = list();
-    standin::interfaces::overrideType(101, 3);
-    EXPECT_EQ(answers(101), "3 3/1 1/3 1 0/1 3/7/1 1 1244160/2488320 1244/2488 ");
-    standin::interfaces::overrideType(101, std::nullopt);
-    EXPECT_EQ(answers(101), "- - 1/3 1 0/1 3/7/1 1 1244160/2488320 1244/2488 ");
-    EXPECT_EQ(list(), listBefore);
-    standin::interfaces::restoreType(101);
-    EXPECT_EQ(answers(101), before);
-    EXPECT_THROW(standin::interfaces::overrideType(4, 3), standin::Error);
-}
-
 TEST_F(InterfacesTest, PortsAreFoundByOltNumberLessOne) {
     OLTmanager& manager = singleton<Ports>::instance().getGponImpl();
     rpcOltPort config;
-    OltPort* const port = manager.getOltPort(8);
-    ASSERT_NE(port, nullptr);
+    standin::ports::setDistances(3, 5, 55);
+    ASSERT_NE(manager.getOltPort(8), nullptr);
+    EXPECT_EQ(manager.getOltPort(8)->getOMconfig(config), 0);
+    EXPECT_EQ(joined(config.minDistance, config.maxDistance), "5/55");
     EXPECT_EQ(manager.getOltPort(2), nullptr);
     EXPECT_EQ(manager.getOltPort(0xFFFFFFFF), nullptr);
-    EXPECT_EQ(port->getOMconfig(config), 0);
-    EXPECT_EQ(joined(config.minDistance, config.maxDistance), "0/20");
-    standin::ports::setDistances(3, 5, 55);
-    EXPECT_EQ(port->getOMconfig(config), 0);
-    EXPECT_EQ(joined(config.minDistance, config.maxDistance), "5/55");
-    EXPECT_THROW(standin::ports::setDistances(101, 0, 20), standin::Error);
-    standin::configure({});
-    EXPECT_NE(port->getOMconfig(config), 0) << "the object stays, the port does not";
-    EXPECT_EQ(manager.getOltPort(8), nullptr);
-}
-
-TEST_F(InterfacesTest, ABadInventoryIsRefusedWhole) {
-    const std::string before = answers(3);
-    const auto problem = [](auto spoil) {
-        auto inventory = smallOlt();
-        spoil(inventory);
-        return errorOf([&] { standin::configure(inventory); });
-    };
-    EXPECT_EQ(problem([](auto& inventory) { inventory.onus.push_back({.interface = 2, .parent = 1}); }),
-              "interface index 2 is used more than once");
-    EXPECT_EQ(problem([](auto& inventory) { inventory.ports[0].olt = 2; }),
-              "OLT port number 2 is used by more than one PON port");
-    EXPECT_EQ(problem([](auto& inventory) {
-                  inventory.serviceProfiles = {{"a", "", ""}, {"a", "", ""}};
-              }),
-              "service profile \"a\" exists already");
-    EXPECT_EQ(answers(3), before);
-}
-
-TEST(ServiceProfiles, AreShownInOrderUntilOneMatchesAndMayChangeMeanwhile) {
-    standin::reset();
-    standin::serviceProfiles::add({"internet", "gold", "hsi"});
-    standin::serviceProfiles::add({"empty", "", ""});
-    standin::serviceProfiles::add({"iptv", "silver", "multicast"});
-    const auto shownUntil = [](const std::string& name) {
-        std::string shown;
-        const bool found = singleton<servprofile>::instance().serviceProfileFind([&](const auto& profile) {
-            shown +=
-                std::string(profile.name) + ":" + profile.tContProfile + ":" + profile.onuFlowProfile + " ";
-            if (name == "none and all removed") {
-                standin::serviceProfiles::remove(profile.name);
-            }
-            return profile.name == name;
-        });
-        return shown + (found ? "found" : "none");
-    };
-    EXPECT_EQ(shownUntil("empty"), "internet:gold:hsi empty:: found");
-    EXPECT_EQ(shownUntil("none and all removed"), "internet:gold:hsi empty:: iptv:silver:multicast none");
-    EXPECT_TRUE(standin::serviceProfiles::list().empty());
-    EXPECT_THROW(standin::serviceProfiles::remove("internet"), standin::Error);
-}
-
-TEST(ServiceProfiles, TextsFitOrAreRefused) {
-    using std::string_literals::operator""s;
-    standin::reset();
-    const std::pair<standin::ServiceProfile, const char*> rows[] = {
-        {{std::string(64, 'n'), std::string(64, 't'), std::string(64, 'f')}, ""},
-        {{"", "t", "f"}, "a service profile has an empty name"},
-        {{std::string(65, 'n'), "", ""},
-         "the name of a service profile has 65 bytes: at most 64 are possible"},
-        {{"a\0b"s, "", ""}, "the name of a service profile contains a NUL byte"},
-        {{"n", std::string(65, 't'), ""},
-         "the T-CONT profile name of service profile \"n\" has 65 bytes: at most 64 are possible"},
-        {{"n", "", "\0"s}, "the flow profile name of service profile \"n\" contains a NUL byte"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(errorOf([&] { standin::serviceProfiles::add(row.first); }), row.second);
-    }
-    EXPECT_EQ(standin::serviceProfiles::list(), std::vector{rows[0].first});
 }
 
 }  // namespace

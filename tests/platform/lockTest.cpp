@@ -158,30 +158,4 @@ TEST_F(LockTest, GivesUpAtTheDeadlineAndLetsThoseBehindThrough) {
     EXPECT_EQ(standin::lock::deadline(), standin::lock::kLongestDeadline);
 }
 
-TEST_F(LockTest, ProtectsDataFromManyThreads) {
-    constexpr int kThreads = 4, kRounds = 2000;
-    int first = 0, second = 0;
-    std::vector<std::future<bool>> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.push_back(std::async(std::launch::async, [&] {
-            bool consistent = true;
-            for (int round = 0; round < kRounds; ++round) {
-                {
-                    const ExclusiveLock lock;
-                    ++first;
-                    const SharedLock again;
-                    ++second;
-                }
-                const SharedLock lock;
-                consistent = consistent && first == second;
-            }
-            return consistent;
-        }));
-    }
-    for (auto& thread : threads) {
-        EXPECT_TRUE(thread.get());
-    }
-    EXPECT_EQ(first, kThreads * kRounds);
-}
-
 }  // namespace

@@ -1,12 +1,11 @@
 #include "standin/log.h"
 
 #include <array>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <string>
 
+#include "../oltmgrd/scratch.h"
 #include "Log.h"
 #include "platformTest.h"
 #include "standin/error.h"
@@ -15,7 +14,7 @@ using std::string_literals::operator""s;
 
 namespace {
 
-void write(int level, const std::string& text) {
+void writeLine(int level, const std::string& text) {
     Log& log = singleton<Log>::instance();
     log.setMsgLevel(static_cast<LogImpl::logLevel_t>(level));
     log.write(text);
@@ -23,6 +22,7 @@ void write(int level, const std::string& text) {
 }
 
 using LogTest = PlatformTest;
+using Lines = std::vector<std::string>;
 
 TEST_F(LogTest, MakesALineOfPiecesInWhichDataNeitherEndsItNorDrawsOnTheTerminal) {
     const standin::LogCapture capture;
@@ -35,74 +35,42 @@ TEST_F(LogTest, MakesALineOfPiecesInWhichDataNeitherEndsItNorDrawsOnTheTerminal)
     log.write(4'000'000'000U);
     EXPECT_TRUE(capture.lines().empty());
     log.write(".\n");
-    write(1, "gold\n2026-01-01 forged\r\x1B[31m\x7F\0\xC3\xA9"s);
+    writeLine(1, "gold\n2026-01-01 forged\r\x1B[31m\x7F\0\xC3\xA9"s);
     EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{
                                    {1, "onuQos.cpp:-3 of 4000000000.\n"},
                                    {1, "gold\\x0A2026-01-01 forged\\x0D\\x1B[31m\\x7F\\x00\xC3\xA9\n"}}));
 }
 
-TEST_F(LogTest, ShowsUpToTheLevelDropsUnfinishedLinesAndNestsCaptures) {
-    standin::LogCapture capture;
-    write(1, "error");
-    write(3, "hidden");
-    standin::log::setLevel(3);
-    singleton<Log>::instance().write("never finished");
-    write(3, "trace");
-    {
-        const standin::LogCapture inner;
-        write(1, "within");
-        EXPECT_EQ(inner.text(), "within\n");
-    }
-    standin::log::setLevel(0);
-    write(1, "hidden");
-    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{1, "error\n"}, {3, "trace\n"}}));
-}
-
 /// A log file in a directory of its own.
-class LogFileTest : public PlatformTest {
+class LogFileTest : public PlatformTest, protected ScratchDirectory {
 protected:
-    LogFileTest() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "logTest.XXXXXX").string();
-        directory_ = mkdtemp(pattern.data());
-        standin::log::toFile(path());
-    }
+    LogFileTest() { standin::log::toFile(path("log")); }
 
-    ~LogFileTest() override {
-        standin::log::toStandardError();
-        std::filesystem::remove_all(directory_);
-    }
-
-    std::string path(const char* name = "log") const { return directory_ / name; }
+    ~LogFileTest() override { standin::log::toStandardError(); }
 
     /// The lines of a file, each with the stamp that begins it replaced by its level.
-    std::vector<std::string> lines(const char* name = "log") const {
+    Lines lines(const char* name = "log") const {
         std::ifstream file(path(name));
-        std::vector<std::string> lines;
+        Lines lines;
         for (std::string line; std::getline(file, line);) {
             static const std::regex kStamp(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z (\d) )");
             lines.push_back(std::regex_replace(line, kStamp, "$1:"));
         }
         return lines;
     }
-
-private:
-    std::filesystem::path directory_;
 };
 
-using Lines = std::vector<std::string>;
-
 TEST_F(LogFileTest, ReopensAfterTheFileWasMovedAwayAndKeepsTheOldOneWhenItCannot) {
-    write(1, "old");
-    std::filesystem::rename(path(), path("log.1"));
-    write(1, "still old");
+    writeLine(1, "old");
+    std::filesystem::rename(path("log"), path("log.1"));
+    writeLine(1, "still old");
     standin::log::reopen();
-    write(1, "new");
+    writeLine(1, "new");
     EXPECT_EQ(lines("log.1"), (Lines{"1:old", "1:still old"}));
-    EXPECT_THROW(standin::log::toFile(path("no/such/directory")), standin::Error);
-    std::filesystem::rename(path(), path("log.2"));
-    std::filesystem::create_directory(path());
+    std::filesystem::rename(path("log"), path("log.2"));
+    std::filesystem::create_directory(path("log"));
     EXPECT_THROW(standin::log::reopen(), standin::Error);
-    write(1, "kept");
+    writeLine(1, "kept");
     EXPECT_EQ(lines("log.2"), (Lines{"1:new", "1:kept"}));
 }
 

@@ -4,10 +4,9 @@
 #include <vector>
 
 /// The portmapper as this process sees it: the library calls that reach one end here, so tests neither need
-/// one nor disturb one.
+/// one nor disturb one. To be looked at while no thread registers.
 namespace portmapper {
 
-/// Registers of services since the last `clear`, in the order of the calls.
 struct Call {
     std::string name;  ///< "set" or "unset"
     unsigned long program = 0;
@@ -18,11 +17,8 @@ struct Call {
     bool operator==(const Call&) const = default;
 };
 
-std::vector<Call> calls();
-void clear();
-
-/// Refuses registrations of this protocol from now on; none if 0.
-void refuse(int protocol);
+inline std::vector<Call> calls;
+inline int refused = 0;  ///< the protocol of which registrations are refused
 
 /// The port last registered for the protocol; 0 if none was.
 unsigned short portOf(int protocol);

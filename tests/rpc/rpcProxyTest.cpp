@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <functional>
 #include <regex>
 #include <thread>
@@ -18,7 +17,6 @@
 #include "standin/threads.h"
 
 using portmapper::Call;
-using testing::ElementsAre;
 
 namespace {
 
@@ -117,10 +115,8 @@ void* loopUntilInterrupted(void* check) {
 
 std::atomic<bool> released{false};
 
-void* loopUntilReleased(void*) {
-    while (!released) {
-        std::this_thread::yield();
-    }
+void* waitForRelease(void*) {
+    released.wait(false);
     return nullptr;
 }
 
@@ -177,13 +173,13 @@ TEST(Proxy, interruptsARoutineThatChecksForIt) {
 }
 
 TEST(Proxy, aTimedStopGivesUpOnARoutineThatDoesNot) {
-    released = false;
-    RPCProxy proxy(loopUntilReleased, "deaf");
+    RPCProxy proxy(waitForRelease, "deaf");
     ASSERT_TRUE(proxy.start());
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_FALSE(proxy.stop(true));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(90));
     released = true;
+    released.notify_one();
     EXPECT_TRUE(proxy.stop(false));
 }
 
@@ -213,17 +209,6 @@ TEST(Proxy, runsTheReceiveLoopForTwoNames) {
     }
 }
 
-TEST(Registration, makesBothTransportsAndTellsThePortmapper) {
-    portmapper::clear();
-    EXPECT_EQ(stderrOf([] { rpcProxyRegisterSvc(kProgram, 7, dispatchNothing); }), "");
-    EXPECT_THAT(portmapper::calls(),
-                ElementsAre(Call{"unset", kProgram, 7, 0, 0},
-                            Call{"set", kProgram, 7, IPPROTO_UDP, portmapper::portOf(IPPROTO_UDP)},
-                            Call{"set", kProgram, 7, IPPROTO_TCP, portmapper::portOf(IPPROTO_TCP)}));
-    EXPECT_NE(portmapper::portOf(IPPROTO_UDP), 0);
-    EXPECT_NE(portmapper::portOf(IPPROTO_TCP), 0);
-}
-
 TEST(Registration, tellsEachFailureAndGoesOnWithTheOtherTransport) {
     const std::string service = "RPC service 0x20000099/536871065, version 7";
     const std::string noFamily = " (97 - Address family not supported by protocol).";
@@ -234,39 +219,40 @@ TEST(Registration, tellsEachFailureAndGoesOnWithTheOtherTransport) {
         std::vector<int> registered;
         int descriptors;  ///< that stay open
     };
+    const std::vector<int> both{IPPROTO_UDP, IPPROTO_TCP};
     // clang-format off
     const Row rows[] = {
+        {"nothing", "", both, 2},
         {"socket udp", "Cannot create UDP socket for " + service + noFamily, {IPPROTO_TCP}, 1},
         {"bind udp", "Cannot bind UDP socket for " + service + inUse, {IPPROTO_TCP}, 1},
         {"create udp", "Cannot create UDP " + service + ".", {IPPROTO_TCP}, 1},
-        {"register udp", "Cannot register UDP " + service + ".", {IPPROTO_UDP, IPPROTO_TCP}, 2},
+        {"register udp", "Cannot register UDP " + service + ".", both, 2},
         {"socket tcp", "Cannot create TCP socket for " + service + noFamily, {IPPROTO_UDP}, 1},
         {"bind tcp", "Cannot bind TCP socket for " + service + inUse, {IPPROTO_UDP}, 1},
         {"listen tcp", "Cannot set TCP socket for " + service + " to listen mode" + inUse, {IPPROTO_UDP}, 1},
         {"create tcp", "Cannot create TCP " + service + ".", {IPPROTO_UDP}, 1},
-        {"register tcp", "Cannot register TCP " + service + ".", {IPPROTO_UDP, IPPROTO_TCP}, 2},
+        {"register tcp", "Cannot register TCP " + service + ".", both, 2},
     };
     // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.failing);
         failing = row.failing;
-        portmapper::clear();
-        portmapper::refuse(failing == "register udp"   ? IPPROTO_UDP
-                           : failing == "register tcp" ? IPPROTO_TCP
-                                                       : 0);
+        portmapper::calls.clear();
+        portmapper::refused = failing == "register udp"   ? IPPROTO_UDP
+                              : failing == "register tcp" ? IPPROTO_TCP
+                                                          : 0;
         const int before = descriptorsOpen();
         const std::string told = stderrOf([] { rpcProxyRegisterSvc(kProgram, 7, dispatchNothing); });
         EXPECT_EQ(descriptorsOpen() - before, row.descriptors);
         failing.clear();
-        portmapper::refuse(0);
+        portmapper::refused = 0;
         const std::regex line(R"(^rte/BLL/core/rpcProxy:[1-9]\d* )");
-        EXPECT_EQ(std::regex_replace(told, line, "told: "), "told: " + row.told + "\n");
-        std::vector<int> registered;
-        for (const Call& call : portmapper::calls()) {
-            if (call.name == "set") {
-                registered.push_back(call.protocol);
-            }
+        EXPECT_EQ(std::regex_replace(told, line, "told: "),
+                  row.told.empty() ? "" : "told: " + row.told + "\n");
+        std::vector<Call> calls{{"unset", kProgram, 7}};
+        for (const int protocol : row.registered) {
+            calls.push_back({"set", kProgram, 7, protocol, portmapper::portOf(protocol)});
         }
-        EXPECT_EQ(registered, row.registered);
+        EXPECT_EQ(portmapper::calls, calls);
     }
 }

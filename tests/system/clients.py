@@ -40,7 +40,7 @@ class ClientTest(harness.DaemonTest):
                   {"interface": 2, "olt": 2, "technology": "gpon"}],
         "onus": [{"interface": 101, "parent": 1, "port": 1}, {"interface": 102, "parent": 1, "port": 2},
                  {"interface": 201, "parent": 2, "port": 1}],
-        "serviceProfiles": [{"name": "internet", "tcontProfile": "named", "flowProfile": "named"}],
+        "serviceProfiles": [{"name": "empty"}, {"name": "internet", "tcontProfile": "named", "flowProfile": "named"}],
     }
 
     def setUp(self):

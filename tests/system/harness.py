@@ -158,9 +158,9 @@ class Rpc:
 
 
 # Procedures of the program.
-(FLOW_CREATE, FLOW_DELETE, FLOW_RENAME, FLOW_COPY) = (1, 2, 3, 4)
-(TCONT_CREATE, TCONT_DELETE, TCONT_RENAME, TCONT_ID_SET, TCONT_FIXED_SET, TCONT_MAXIMUM_SET, TCONT_ALLOC_SET,
- TCONT_WEIGHT_SET) = (100, 101, 102, 109, 111, 113, 116, 117)
+(FLOW_CREATE, FLOW_DELETE, FLOW_RENAME) = (1, 2, 3)
+(TCONT_CREATE, TCONT_DELETE, TCONT_RENAME) = (100, 101, 102)
+(TCONT_ID_SET, TCONT_FIXED_SET, TCONT_MAXIMUM_SET) = (109, 111, 113)
 
 
 class Daemon:
@@ -275,3 +275,12 @@ class DaemonTest(unittest.TestCase):
 
     def path(self, name):
         return os.path.join(self.directory, name)
+
+    def read(self, name):
+        """The bytes of a file of the directory."""
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def write(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(text)

@@ -15,9 +15,8 @@ import time
 import unittest
 
 import harness
-from harness import (FLOW_COPY, FLOW_CREATE, FLOW_DELETE, FLOW_RENAME, PATIENCE, TCONT_ALLOC_SET, TCONT_CREATE,
-                     TCONT_DELETE, TCONT_FIXED_SET, TCONT_ID_SET, TCONT_MAXIMUM_SET, TCONT_RENAME, TCONT_WEIGHT_SET,
-                     Control)
+from harness import (FLOW_CREATE, FLOW_DELETE, FLOW_RENAME, PATIENCE, TCONT_CREATE, TCONT_DELETE, TCONT_FIXED_SET,
+                     TCONT_ID_SET, TCONT_MAXIMUM_SET, TCONT_RENAME, Control)
 
 HAS_OWN_NETWORK = False
 
@@ -54,6 +53,10 @@ class CommandLine(harness.DaemonTest):
             (("--inventory", self.inventory, "--config", nowhere + "/c"), 2,
              f"configuration {nowhere}/c: there is no directory {nowhere}"),
             (("--inventory", self.inventory, "--control", nowhere + "/c"), 1, f"control path {nowhere}/c: "),
+            (("--inventory", self.inventory, "--control", self.inventory), 1,
+             f"control path {self.inventory}: is there already and is no socket; remove it or give another path with "
+             "--control"),
+            (("--inventory", self.inventory, "--control", "/" + "x" * 107), 1, ": a socket's path has 1 to 107 bytes"),
             (("--inventory", self.inventory, "--log-file", nowhere + "/l"), 1, f"log file "),
             (("--inventory", self.inventory, "--control", self.path("c"), "--module", nowhere), 1,
              f"module {nowhere}: No such file or directory; give its path with --module"),
@@ -73,8 +76,7 @@ class CommandLine(harness.DaemonTest):
              "/onus/0/parent: interface 3 is not a PON port of this inventory"),
         )
         for text, reason in rows:
-            with open(self.inventory, "w", encoding="utf-8") as out:
-                out.write(text)
+            self.write("inventory.json", text)
             self.assertIn(f"oltmgrd: inventory {self.inventory}: {reason}", self.refusal("--inventory", self.inventory))
 
         self.daemon.write_inventory(harness.INVENTORY)
@@ -82,20 +84,17 @@ class CommandLine(harness.DaemonTest):
         self.files = ["config.json", "inventory.json"]
         for text, reason in (("", "top level: parse error"), ('{"version": 9}', "/version: must be"),
                              ('{"version": 1, "bindings": [{}]}', '/bindings/0: "interface" is missing')):
-            with open(config, "w", encoding="utf-8") as out:
-                out.write(text)
+            self.write("config.json", text)
             self.assertIn(f"oltmgrd: configuration {config}: {reason}",
                           self.refusal(*self.daemon.arguments("--config", config)[1:]))
-            with open(config, encoding="utf-8") as kept:
-                self.assertEqual(kept.read(), text)
+            self.assertEqual(self.read("config.json").decode(), text)
 
-    def test_different_numbers_of_a_port_are_a_warning(self):
-        self.daemon.write_inventory({"ports": [{"interface": 1, "olt": 2, "technology": "gpon"},
+    def test_a_doubtful_inventory_is_a_warning_at_most(self):
+        self.daemon.write_inventory({"ports": [{"interface": 1, "olt": 2, "technology": 77},
                                                {"interface": 2, "olt": 1, "technology": "gpon"}]})
         self.daemon.start()
-        self.assertIn("warning: inventory", self.daemon.errors())
-        self.assertIn("/ports/0: interface 1 is OLT port 2: its free bandwidth is read from OLT port 2",
-                      self.daemon.errors())
+        self.assertIn(f"warning: inventory {self.inventory}: /ports/0: interface 1 is OLT port 2: its free bandwidth "
+                      "is read from OLT port 2", self.daemon.errors())
         self.daemon.stop()
 
 
@@ -118,6 +117,7 @@ class Lifecycle(harness.DaemonTest):
             self.daemon.stop()
 
     def test_status(self):
+        self.addCleanup(os.umask, os.umask(0))
         self.daemon.start()
         status = self.daemon.request("status")
         self.assertEqual({entity["name"]: entity["state"] for entity in status["entities"]},
@@ -127,7 +127,7 @@ class Lifecycle(harness.DaemonTest):
         self.assertIs(status["configApply"], False)
         self.assertGreaterEqual(status["uptime"], 0)
         self.assertNotIn("restore", status)
-        self.assertEqual(os.stat(self.daemon.control_path).st_mode & 0o777, 0o600)
+        self.assertEqual(os.stat(self.daemon.control_path).st_mode & 0o777, 0o600, "for its owner, whatever the umask")
 
     def test_a_second_instance_is_refused_and_the_first_goes_on(self):
         self.daemon.start()
@@ -145,22 +145,26 @@ class Lifecycle(harness.DaemonTest):
         self.daemon.start()
         self.daemon.stop()
 
-    def test_hangup_reopens_the_log(self):
+    def test_hangup_reopens_the_log_whose_level_can_be_set(self):
         self.daemon.start("--log-file", self.daemon.log_path)
 
         def log_an_error():
             self.assertEqual(self.daemon.bind(1, "s", "f", "t"), "onuQosResWrongIntf")
         log_an_error()
-        moved = self.path("log.1")
-        os.rename(self.daemon.log_path, moved)
+        os.rename(self.daemon.log_path, self.path("log.1"))
         log_an_error()
-        with open(moved, encoding="utf-8") as old:
-            self.assertEqual(old.read().count("onuQosServiceApply"), 2)
+        self.assertEqual(self.read("log.1").count(b"onuQosServiceApply"), 2)
         self.daemon.process.send_signal(signal.SIGHUP)
         harness.await_true(lambda: os.path.exists(self.daemon.log_path), "the new log")
         log_an_error()
-        with open(self.daemon.log_path, encoding="utf-8") as new:
-            self.assertEqual(new.read().count("onuQosServiceApply"), 1)
+        self.assertEqual(self.read("log").count(b"onuQosServiceApply"), 1)
+
+        def traces():
+            self.daemon.request("onu-config-event", interface=101, ready=True)
+            return self.read("log").count(b"onuConfigEventHandler(101,True)")
+        self.assertEqual(traces(), 0)
+        self.daemon.request("log-level", level=3)
+        self.assertEqual(traces(), 1)
         self.daemon.stop()
 
     def test_a_second_signal_ends_a_stop_that_takes_long(self):
@@ -191,11 +195,6 @@ class Lifecycle(harness.DaemonTest):
         except OSError:
             return False
 
-    def test_ends_when_an_entity_does_not_start(self):
-        self.daemon.write_inventory({"ports": [{"interface": 5, "olt": 1, "technology": 77}], "onus": []})
-        self.daemon.start()  # a port of unknown technology is no reason not to
-        self.daemon.stop()
-
 
 class ControlChannel(harness.DaemonTest):
     def setUp(self):
@@ -209,28 +208,22 @@ class ControlChannel(harness.DaemonTest):
     def test_bad_requests_are_answered_and_the_connection_stays(self):
         rows = (
             (b"", 1, "parse error"),
-            (b"{", 1, "parse error"),
             (b"[]", 1, "top level: must be an object"),
-            (b"\xff", 1, "parse error"),
             (b'{"arguments": {}}', 1, '"command" is missing'),
             (b'{"command": 5}', 1, "/command: must be a string"),
             (b'{"command": "status", "argument": {}}', 1, "/argument: is not known here"),
             (b'{"command": "status", "arguments": []}', 1, "/arguments: must be an object"),
-            (b'{"command": "status", "command": "status"}', 1, "/command: stands there twice"),
             (b'{"command": "nothing"}', 2, "there is no command 'nothing'"),
             (b'{"command": "status", "arguments": {"x": 1}}', 1, "/arguments/x: is not known here"),
             (b'{"command": "log-level"}', 1, '/arguments: "level" is missing'),
             (b'{"command": "log-level", "arguments": {"level": "1"}}', 1, "/arguments/level: must be an integer"),
             (b'{"command": "fault-set", "arguments": {"operation": "nothing"}}', 1, "no platform operation"),
-            (b'{"command": "service-remove", "arguments": {"interface": -1, "service": ""}}', 1,
-             "/arguments/interface: must be an integer from 0 to 4294967295"),
             (b'{"command": "service-remove", "arguments": {"interface": 4294967296, "service": ""}}', 1,
-             "/arguments/interface"),
+             "/arguments/interface: must be an integer from 0 to 4294967295"),
             (b'{"command": "service-remove", "arguments": {"interface": 1, "service": {"base64": "a"}}}', 1,
              "/arguments/service: must be a name"),
             (b'{"command": "onu-config-event", "arguments": {"interface": 1, "ready": 1}}', 1,
              "/arguments/ready: must be true or false"),
-            (b"[" * 500000, 1, "nested more than"),
             (b'{"command": "status", "arguments": ' + b'{"a": ' * 100000 + b"1" + b"}" * 100001, 1, "nested more than"),
         )
         for line, result, text in rows:
@@ -254,20 +247,11 @@ class ControlChannel(harness.DaemonTest):
         self.daemon.request("status")
 
     def test_requests_of_a_connection_are_answered_in_order(self):
-        control = self.daemon.control
-        expected = []
-        for number in range(60):
-            if number % 3 == 0:
-                control.send(b'{"command": "service-list"}\n')
-                expected.append("services")
-            elif number % 3 == 1:
-                control.send(b'{"command": "status"}\n')
-                expected.append("entities")
-            else:
-                control.send(b'{"command": "hardware-get"}\n')
-                expected.append("tcontProfiles")
-        for member in expected:
-            self.assertIn(member, control.answer()["arguments"])
+        members = {"service-list": "services", "status": "entities", "hardware-get": "tcontProfiles"}
+        for command in 20 * list(members):
+            self.daemon.control.send(f'{{"command": "{command}"}}\n'.encode())
+        for member in 20 * list(members.values()):
+            self.assertIn(member, self.daemon.control.answer()["arguments"])
 
     def test_a_last_line_needs_no_end_and_blanks_may_surround_it(self):
         control = self.daemon.control
@@ -292,12 +276,6 @@ class ControlChannel(harness.DaemonTest):
 
     def test_list_commands_describes_every_command(self):
         commands = {row["name"]: row for row in self.daemon.request("list-commands")["commands"]}
-        self.assertEqual(set(commands), {
-            "list-commands", "status", "service-apply", "service-remove", "service-list", "flow-service-get", "message",
-            "config-apply-start", "config-apply-stop", "default-settings", "interface-event", "onu-config-event",
-            "port-distance-set", "port-available-set", "interface-type-set", "service-profile-add",
-            "service-profile-remove", "service-profile-list", "alarms-get", "hardware-get", "fault-set", "fault-clear",
-            "config-save", "log-level", "shutdown"})
         self.assertTrue(all(row["help"] for row in commands.values()))
         self.assertEqual(commands["fault-set"]["arguments"], [
             {"name": "operation", "kind": "operation", "required": True},
@@ -329,50 +307,26 @@ class Commands(harness.DaemonTest):
         self.rpc.do(TCONT_MAXIMUM_SET, "t", 4096)
         self.rpc.do(TCONT_FIXED_SET, "t", 1024)
 
-    def test_services(self):
+    def test_services_and_the_hardware_layer(self):
         self.make_profiles()
-        daemon = self.daemon
-        self.assertEqual(daemon.bind(101, "none", "f", "x"), "onuQosResNotFound")
-        self.assertEqual(daemon.bind(101, "a", "f", "t", 7, (2, -1)), "onuQosResOk")
-        self.assertEqual(daemon.bind(101, "b", "f", "t", 8), "onuQosResDuplicateOnuFlowProfile")
+        daemon, odd = self.daemon, {"base64": "/w=="}
+        self.assertEqual(daemon.bind(101, odd, "f", "t", 7, (2, -1)), "onuQosResOk")
         self.assertEqual(daemon.bind(101, "wrong", "f", "t", 7, (3, 0)), "onuQosResOk")  # equal, so never pushed
         self.assertEqual(daemon.request("service-list")["services"], [
-            {"interface": 101, "service": "a", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7,
+            {"interface": 101, "service": odd, "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7,
              "termPointType": 2, "termPointId": -1},
             {"interface": 101, "service": "wrong", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7,
              "termPointType": 3, "termPointId": 0}])
         self.assertEqual(daemon.request("flow-service-get", interface=101, flowId=1),
-                         {"res": 0, "resName": "onuQosResOk", "service": "a"})
+                         {"res": 0, "resName": "onuQosResOk", "service": "wrong"})  # of equal ones the first by name
         self.assertEqual(daemon.request("flow-service-get", interface=101, flowId=2)["resName"], "onuQosResError")
-        self.assertEqual(daemon.request("service-remove", interface=101, service="a"), {"res": 0, "resName": "onuQosResOk"})
-        self.assertEqual(daemon.request("service-remove", interface=1, service="a")["resName"], "onuQosResWrongIntf")
-        self.assertEqual([row["service"] for row in daemon.request("service-list")["services"]], ["wrong"])
-        self.assertEqual(daemon.request("default-settings"), {"ok": True})
-        self.assertEqual(daemon.request("service-list")["services"], [])
-
-    def test_names_are_bytes(self):
-        self.rpc.do(FLOW_CREATE, b"\xff\xfe")
-        self.rpc.do(TCONT_CREATE, "t\u00fc")
-        name = {"base64": "//4="}
-        self.assertEqual(self.daemon.bind(101, {"base64": "YQ=="}, name, "t\u00fc"), "onuQosResOk")
-        service = self.daemon.request("service-list")["services"][0]
-        self.assertEqual((service["service"], service["flowProfile"], service["tcontProfile"]), ("a", name, "t\u00fc"))
-        hardware = self.daemon.request("hardware-get")
-        self.assertEqual(hardware["flowProfiles"][0]["name"], name)
-        self.assertIn("base64", self.daemon.dump())
-
-    def test_hardware(self):
-        self.make_profiles()
-        self.daemon.bind(101, "a", "f", "t", 7, (2, -1))
-        self.daemon.request("interface-event", interface=102, event=4)
-        self.daemon.request("onu-config-event", interface=201, ready=True)
-        hardware = self.daemon.request("hardware-get")
+        daemon.request("interface-event", interface=102, event=4)
+        daemon.request("onu-config-event", interface=201, ready=True)
+        daemon.request("message", name="onuQosOMApiDebug", argument="on")
+        hardware = daemon.request("hardware-get")
         self.assertEqual(hardware["tcontProfiles"], [
             {"name": "t", "tContId": 1, "tContType": 5, "fixedRate": 1024, "assuredRate": 0, "maximumRate": 4096,
              "dbaAllocType": 0, "dbaWeight": 0, "dbaPriority": 0}])
-        self.assertEqual(hardware["flowProfiles"], [
-            {"name": "f", "cPcp": -1, "cVlan": [], "guarRateUs": 128, "peakRateUs": 1244160, "flowPriorityUs": 0,
-             "flowPriorityDs": 0}])
         self.assertEqual(hardware["bindings"], [
             {"interface": 101, "name": "f-t", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 7, "tcontId": 1,
              "uniType": 1, "termPointId": 4294967295, "flowId": 1}])
@@ -380,33 +334,24 @@ class Commands(harness.DaemonTest):
         self.assertEqual(hardware["onuEvents"], [
             {"event": "state", "interface": 102, "slot": 0, "port": 1, "onu": 2, "up": True},
             {"event": "ready", "interface": 201, "slot": 0, "port": 2, "onu": 1, "ready": True}])
-        self.assertIs(hardware["debug"], False)
+        self.assertIs(hardware["debug"], True)
         self.assertEqual(hardware["calls"]["onuQosServiceApply"], 1)
-        self.daemon.request("message", name="onuQosOMApiDebug", argument="on")
-        self.assertIs(self.daemon.request("hardware-get")["debug"], True)
+        self.assertEqual(daemon.request("service-remove", interface=1, service="a")["resName"], "onuQosResWrongIntf")
+        self.assertEqual(daemon.request("service-remove", interface=101, service=odd)["resName"], "onuQosResOk")
+        self.assertEqual([row["service"] for row in daemon.request("service-list")["services"]], ["wrong"])
+        self.assertEqual(daemon.request("default-settings"), {"ok": True})
+        self.assertEqual(daemon.request("service-list")["services"], [])
 
-    def test_distances_and_free_bandwidth_and_alarms(self):
+    def test_an_alarm_and_ports_that_are_none(self):
         self.make_profiles()
-        daemon = self.daemon
-        self.assertEqual(daemon.bind(101, "a", "f", "t"), "onuQosResOk")
-        self.assertEqual(daemon.request("alarms-get"), {"active": [], "history": []})
-        daemon.request("port-distance-set", interface=1, min=0, max=60)
-        alarms = daemon.request("alarms-get")
-        self.assertEqual(len(alarms["active"]), 1)
-        alarm = alarms["active"][0]
+        self.daemon.bind(101, "a", "f", "t")
+        self.daemon.request("port-distance-set", interface=1, min=0, max=60)
+        alarm = self.daemon.request("alarms-get")["active"][0]
         self.assertRegex(alarm.pop("time"), r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
         self.assertEqual(alarm, {"action": "report", "code": 1600570, "interface": 1, "board": 0, "text": "",
                                  "numbers": [1, 3, 11]})
-        daemon.request("port-distance-set", interface=1, min=0, max=20)
-        alarms = daemon.request("alarms-get")
-        self.assertEqual(([], ["report", "retreat"]), (alarms["active"], [row["action"] for row in alarms["history"]]))
-        self.assertIn("101", daemon.refused("port-distance-set", interface=101, min=0, max=1))
-
-        daemon.request("port-available-set", interface=1, fixed=0, total=0)
-        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResRateError")
-        daemon.request("port-available-set", interface=1, fixed=None, total=None)
-        self.assertEqual(daemon.bind(102, "a", "f", "t"), "onuQosResOk")
-        self.assertIn("both", daemon.refused("port-available-set", interface=1, fixed=None, total=5))
+        self.assertIn("101", self.daemon.refused("port-distance-set", interface=101, min=0, max=1))
+        self.assertIn("both", self.daemon.refused("port-available-set", interface=1, fixed=None, total=5))
 
     def test_interface_types_and_faults(self):
         self.make_profiles()
@@ -421,24 +366,25 @@ class Commands(harness.DaemonTest):
         daemon.request("fault-set", operation="exclusiveLock", times=1000)
         self.assertEqual(daemon.bind(201, "a", "f", "t"), "onuQosResError")
         self.assertEqual(daemon.control.request("default-settings")["arguments"], {"ok": False})
-        daemon.request("fault-clear", operation="exclusiveLock")
+        daemon.request("fault-set", operation="exclusiveLock", times=0)  # in place of the first
         self.assertEqual(daemon.bind(201, "a", "f", "t"), "onuQosResOk")
         daemon.request("fault-set", operation="sharedLock", times=1000)
         self.assertIn("lock was not obtained", daemon.refused("config-save", file=self.path("saved")))
-        daemon.request("fault-clear")
+        daemon.request("fault-clear", operation="sharedLock")
         daemon.request("config-save", file=self.path("saved"))
+        daemon.request("fault-set", operation="onuQosOMApiDebug")
+        daemon.request("message", name="onuQosOMApiDebug", argument="on")
+        self.assertIs(daemon.request("hardware-get")["debug"], False)
 
     def test_service_profiles(self):
-        self.make_profiles()
-        daemon = self.daemon
         profile = {"name": "internet", "tcontProfile": "t", "flowProfile": "f"}
-        daemon.request("service-profile-add", **profile)
-        self.assertEqual(daemon.request("service-profile-list"), {"serviceProfiles": [profile]})
-        self.assertIn("internet", daemon.refused("service-profile-add", **profile))
-        self.assertEqual(self.rpc.call(TCONT_DELETE, "t"), bytes([0, 0, 0, 4]))
-        daemon.request("service-profile-remove", name="internet")
-        self.assertIn("internet", daemon.refused("service-profile-remove", name="internet"))
-        self.rpc.do(TCONT_DELETE, "t")
+        self.daemon.request("service-profile-add", **profile)
+        self.assertEqual(self.daemon.request("service-profile-list"), {"serviceProfiles": [profile]})
+        self.assertIn("internet", self.daemon.refused("service-profile-add", **profile))
+        for name, flow in (("", "f"), ("n" * 65, "f"), ("n", "f" * 65)):
+            self.daemon.refused("service-profile-add", name=name, tcontProfile="t", flowProfile=flow)
+        self.daemon.request("service-profile-remove", name="internet")
+        self.assertIn("internet", self.daemon.refused("service-profile-remove", name="internet"))
 
     def test_configuration_apply(self):
         daemon = self.daemon
@@ -458,18 +404,6 @@ class Commands(harness.DaemonTest):
         self.daemon.start()
         self.assertIn("feature 5 is not active", self.daemon.refused("onu-config-event", interface=101, ready=True))
 
-    def test_log_level(self):
-        self.daemon.stop()
-        self.daemon.start("--log-file", self.daemon.log_path)
-
-        def traces():
-            self.daemon.request("onu-config-event", interface=101, ready=True)
-            with open(self.daemon.log_path, encoding="utf-8") as log:
-                return log.read().count("onuConfigEventHandler(101,True)")
-        self.assertEqual(traces(), 0)
-        self.daemon.request("log-level", level=3)
-        self.assertEqual(traces(), 1)
-
 
 class Configuration(harness.DaemonTest):
     def restart(self):
@@ -483,12 +417,9 @@ class Configuration(harness.DaemonTest):
         for name in ("f", "g", "h", "gone"):
             rpc.do(FLOW_CREATE, name)
             rpc.do(TCONT_CREATE, name)
-        rpc.do(FLOW_COPY, "f", "copy")
         rpc.do(TCONT_MAXIMUM_SET, "g", 8192)
         rpc.do(TCONT_FIXED_SET, "g", 2048)
         rpc.do(TCONT_ID_SET, "h", 2)
-        rpc.do(TCONT_ALLOC_SET, "h", 1)
-        rpc.do(TCONT_WEIGHT_SET, "h", 9)
         for interface, service, flow, tcont, port in ((201, "z", "f", "g", 1), (101, "y", "g", "h", 2),
                                                       (102, "x", "gone", "gone", 3), (101, "w", "h", "g", 4)):
             self.assertEqual(daemon.bind(interface, service, flow, tcont, port, (1, 3)), "onuQosResOk")
@@ -499,7 +430,7 @@ class Configuration(harness.DaemonTest):
         rpc.do(FLOW_RENAME, "h", "x" * 100)
         rpc.do(TCONT_CREATE, "h")
         daemon.request("service-profile-add", name="s", tcontProfile="g", flowProfile="")
-        self.assertEqual(daemon.request("config-save"), {"profiles": 8, "bindings": 4})
+        self.assertEqual(daemon.request("config-save"), {"profiles": 7, "bindings": 4})
 
         def state():
             hardware = daemon.request("hardware-get")
@@ -510,14 +441,12 @@ class Configuration(harness.DaemonTest):
         self.restart()
         self.assertEqual(state(), before)
         restored = daemon.request("status")["restore"]
-        self.assertEqual((restored["profiles"], restored["bindings"], restored["serviceProfiles"]), (8, 4, 1))
+        self.assertEqual((restored["profiles"], restored["bindings"], restored["serviceProfiles"]), (7, 4, 1))
         self.assertEqual((restored["lost"], restored["differences"]), ([], []))
         # Saved again it is the same file, byte for byte.
-        with open(daemon.config_path, "rb") as saved:
-            first = saved.read()
+        first = self.read("config.json")
         daemon.request("config-save")
-        with open(daemon.config_path, "rb") as saved:
-            self.assertEqual(saved.read(), first)
+        self.assertEqual(self.read("config.json"), first)
         daemon.stop()
 
     def test_what_cannot_be_restored_is_told_and_kept(self):
@@ -530,8 +459,7 @@ class Configuration(harness.DaemonTest):
         daemon.request("config-save")
         rpc.close()
         daemon.stop()
-        with open(daemon.config_path, encoding="utf-8") as saved:
-            kept = saved.read()
+        kept = self.read("config.json")
         # The second port is gone, and its ONU with it.
         daemon.write_inventory({"ports": harness.INVENTORY["ports"][:1], "onus": harness.INVENTORY["onus"][:2]})
         daemon.start_with_config()
@@ -540,11 +468,9 @@ class Configuration(harness.DaemonTest):
         self.assertIn(f"configuration {daemon.config_path}: not restored: {lost[0]}\n", daemon.errors())
         self.assertEqual([row["interface"] for row in daemon.request("service-list")["services"]], [101])
         self.assertIn("restoring it lost 1 entries", daemon.refused("config-save"))
-        self.assertIn("restoring it lost", daemon.refused("config-save", file=os.path.join(
-            self.directory, ".", "config.json")))
+        self.assertIn("restoring it lost", daemon.refused("config-save", file=self.path("./config.json")))
         daemon.request("config-save", file=self.path("other.json"))
-        with open(daemon.config_path, encoding="utf-8") as saved:
-            self.assertEqual(saved.read(), kept)
+        self.assertEqual(self.read("config.json"), kept)
         self.assertEqual(daemon.request("config-save", force=True)["bindings"], 1)
         daemon.request("config-save")
         daemon.stop()
@@ -552,17 +478,34 @@ class Configuration(harness.DaemonTest):
     def test_a_save_that_fails_changes_nothing(self):
         daemon = self.daemon.start_with_config()
         daemon.request("config-save")
-        with open(daemon.config_path, "rb") as saved:
-            before = saved.read()
+        before = self.read("config.json")
         rpc = daemon.rpc()
         rpc.do(TCONT_CREATE, "t")
         rpc.close()
         os.mkdir(daemon.config_path + ".new")  # in the way of the temporary file
         self.assertIn("config.json.new", daemon.refused("config-save"))
         os.rmdir(daemon.config_path + ".new")
-        with open(daemon.config_path, "rb") as saved:
-            self.assertEqual(saved.read(), before)
+        self.assertEqual(self.read("config.json"), before)
         self.assertIn("no-such-directory", daemon.refused("config-save", file=self.path("no-such-directory/file")))
+        self.assertIn(self.directory, daemon.refused("config-save", file=self.directory))
+        self.assertFalse(os.path.exists(self.directory + ".new"))
+        daemon.stop()
+
+    def test_a_save_replaces_the_file_and_nothing_else(self):
+        self.addCleanup(os.umask, os.umask(0))
+        daemon = self.daemon.start_with_config()
+        self.write("config.json.new", "what a crash left behind")
+        daemon.request("config-save")
+        self.assertEqual(os.stat(daemon.config_path).st_mode & 0o007, 0, "new files are not for everybody")
+        # A link stays, and its target keeps its permissions.
+        self.write("target", "")
+        os.chmod(self.path("target"), 0o604)
+        os.remove(daemon.config_path)
+        os.symlink("target", daemon.config_path)
+        daemon.request("config-save")
+        self.assertEqual((os.readlink(daemon.config_path), os.stat(self.path("target")).st_mode & 0o777),
+                         ("target", 0o604))
+        self.assertIn(b'"version"', self.read("target"))
         daemon.stop()
 
     def test_kill_while_saving_or_restoring_leaves_a_whole_file(self):

@@ -21,30 +21,90 @@ def flow(name, **changed):
     return profile
 
 
-class TContTest(ClientTest):
+class BothFamiliesTest(ClientTest):
     def test_life_of_a_profile(self):
         for transport, prefix in BOTH:
-            ask = lambda *arguments: self.ask(transport, "tcont", *arguments)
-            gold, silver, copy = prefix + "gold", prefix + "silver", prefix + "copy"
-            self.assertEqual(ask("create", gold)["profile"], tcont(gold))
-            wanted = tcont(silver, tContId=3, tContType=3, assuredRate=1024, maximumRate=2560, dbaAllocType=2,
-                           dbaWeight=4, dbaPriority=2)
-            self.assertEqual(ask("create", silver, "--type", "3", "--assured", "1M", "--maximum", "2.5M", "--id", "3",
-                                 "--weight", "4", "--alloc-type", "2", "--priority", "2")["profile"], wanted)
-            self.assertEqual(ask("show", silver), wanted)
-            listed = ask("list")
-            self.assertTrue(listed["complete"])
-            self.assertEqual(listed["profiles"][-2:], [tcont(gold), wanted])
+            first, second, copy = prefix + "first", prefix + "second", prefix + "copy"
+            for family, fresh, options, changed, not_copied in [
+                ("tcont", tcont, "--type 3 --assured 1M --maximum 2.5M --id 3 --weight 4 --alloc-type 2 --priority 2",
+                 {"tContId": 3, "tContType": 3, "assuredRate": 1024, "maximumRate": 2560, "dbaAllocType": 2,
+                  "dbaWeight": 4, "dbaPriority": 2}, {"dbaAllocType": 1, "dbaWeight": 1, "dbaPriority": 0}),
+                ("flow", flow, "--vlan 4094,100-199,10 --pcp 3 --guaranteed 1M --peak 2M --priority-up 7 "
+                               "--priority-down 1",
+                 {"cPcp": 3, "cVlan": [10, *range(100, 200), 4094], "guarRateUs": 1024, "peakRateUs": 2048,
+                  "flowPriorityUs": 7, "flowPriorityDs": 1}, {}),
+            ]:
+                ask = lambda *arguments: self.ask(transport, family, *arguments)
+                wanted = fresh(second, **changed)
+                self.assertEqual(ask("create", first)["profile"], fresh(first))
+                self.assertEqual(ask("create", second, *options.split())["profile"], wanted)
+                self.assertEqual(ask("show", second), wanted)
+                listed = ask("list")
+                self.assertTrue(listed["complete"])
+                self.assertEqual(listed["profiles"][-2:], [fresh(first), wanted])
+                self.assertEqual(ask("copy", second, copy)["result"], 0)
+                self.assertEqual(ask("show", copy), {**wanted, "name": copy, **not_copied})
+                ask("rename", copy, prefix + "new")
+                self.assertEqual(ask("attached", prefix + "new"), {"name": prefix + "new", "attached": False})
+                self.assertTrue(ask("delete", prefix + "new")["resultName"].endswith("ProfileResOk"))
+                self.assertNotIn(prefix + "new", self.names(transport, family))
+            self.assertIn("10,100-199,4094\n", self.good(self.onuqosctl(transport, "flow", "show", second)).out)
 
-            self.assertEqual(ask("copy", silver, copy)["result"], 0)
-            self.assertEqual(ask("show", copy),
-                             {**wanted, "name": copy, "dbaAllocType": 1, "dbaWeight": 1, "dbaPriority": 0})
-            ask("rename", copy, prefix + "bronze")
-            self.assertEqual(ask("attached", prefix + "bronze"), {"name": prefix + "bronze", "attached": False})
-            self.assertEqual(ask("delete", prefix + "bronze")["resultName"], "rpcTContProfileResOk")
-            self.refused(transport, 3, "rpcTContProfileResNotFound", "tcont", "show", prefix + "bronze",
-                         hint="tcont list")
+    def test_refusals(self):
+        for transport, prefix in BOTH:
+            one, five, new = prefix + "one", prefix + "five", prefix + "n"
+            self.ask(transport, "tcont", "create", one, "--type", "1")
+            for family in ("tcont", "flow"):
+                self.ask(transport, family, "create", five)
+            for result, name, command, hint in [
+                (11, "Exists", f"tcont create {five}", "another name"),
+                (1, "Error", "tcont create ''", "must not be empty"),
+                (13, "BadName", f"tcont create {'n' * 65}", "1 to 64 bytes"),
+                (3, "NotFound", "tcont show nobody", "tcont list"),
+                (3, "NotFound", "tcont delete nobody", "tcont list"),
+                (3, "NotFound", "tcont attached nobody", "tcont list"),
+                (3, "NotFound", "tcont set nobody --together --id 2", "tcont list"),
+                (11, "Exists", f"tcont rename {one} {five}", "another name"),
+                (11, "Exists", f"tcont copy {one} {five}", "another name"),
+                (15, "OutOfRange", f"tcont set {five} --id 7", "1 to 6"),
+                (1, "Error", f"tcont set {five} --type 6", "1 to 5"),
+                (15, "OutOfRange", f"tcont set {one} --assured 1M", "type 1 carries a fixed rate only"),
+                (15, "OutOfRange", f"tcont set {one} --alloc-type 2", "type 1 does not let it be chosen"),
+                (1, "Error", f"tcont set {five} --alloc-type 3", "1 or 2"),
+                (7, "RateError", f"tcont set {five} --assured 256", "fixed + assured rate + 256"),
+                (7, "RateError", f"tcont set {five} --assured 64", "0 or at least 256"),
+                (7, "RateError", f"tcont set {five} --maximum 2G", "at most 1244160"),
+                (7, "RateError", f"tcont set {five} --id 2 --maximum 64", "carried out before: --id"),
+                (15, "OutOfRange", f"tcont create {new} --type 4 --fixed 1M", "type 4 carries a maximum rate only"),
+                (15, "OutOfRange", f"tcont create {new} --type 3 --maximum 400", "at least 512"),
+                (7, "RateError", f"tcont create {new} --type 3 --assured 512 --maximum 600", "assured rate + 256"),
+                (7, "RateError", f"tcont create {new} --type 2 --assured 0", "at least 256"),
+                (15, "OutOfRange", f"tcont create {new} --id 7", "1 to 6"),
+                (1, "Error", f"tcont create {new} --type 7", "1 to 5"),
+                (13, "BadName", f"tcont create {'n' * 65} --maximum 1M", "1 to 64 bytes"),
+                (10, "Exists", f"flow create {five} --pcp 1", "another name"),
+                (1, "Error", "flow create ''", "must not be empty"),
+                (16, "BadName", f"flow create {'n' * 65}", "1 to 64 bytes"),
+                (3, "NotFound", "flow attached nobody", "flow list"),
+                (3, "NotFound", "flow vlan add nobody 1", "flow list"),
+                (1, "Error", f"flow vlan set {five} 0", "1 to 4094"),
+                (1, "Error", f"flow set {five} --vlan 4095", "1 to 4094"),
+                (18, "OutOfRange", f"flow create {new} --vlan 0-3", "1 to 4094"),
+                (18, "OutOfRange", f"flow pcp set {five} 8", "0 to 7"),
+                (18, "OutOfRange", f"flow set {five} --priority-down 8", "0 to 7"),
+                (18, "OutOfRange", f"flow set {five} --guaranteed 64", "128"),
+                (12, "GuarAbovePeak", f"flow create {new} --guaranteed 2M --peak 1M", "at least"),
+                (12, "GuarAbovePeak", f"flow set {five} --peak 1M --guaranteed 2M", "carried out before: --peak"),
+            ]:
+                with self.subTest(command=command):
+                    family, *arguments = shlex.split(command)
+                    res = {"tcont": "rpcTContProfileRes", "flow": "rpcOnuFlowProfileRes"}[family]
+                    self.refused(transport, result, res + name, family, *arguments, hint=hint)
+            for family in ("tcont", "flow"):
+                self.assertNotIn(new, self.names(transport, family))
 
+
+class TContTest(ClientTest):
     def test_setters_one_by_one(self):
         for transport, prefix in BOTH:
             name = prefix + "p"
@@ -99,44 +159,6 @@ class TContTest(ClientTest):
                                  (fixed, assured, maximum))
                 self.assertIsNone(shown["dbaWeight"])
 
-    def test_refusals(self):
-        res = "rpcTContProfileRes"
-        for transport, prefix in BOTH:
-            one, five = prefix + "one", prefix + "five"
-            self.ask(transport, "tcont", "create", one, "--type", "1")
-            self.ask(transport, "tcont", "create", five)
-            for result, name, arguments, hint in [
-                (11, "Exists", ["create", five], "another name"),
-                (1, "Error", ["create", ""], "must not be empty"),
-                (13, "BadName", ["create", "n" * 65], "1 to 64 bytes"),
-                (3, "NotFound", ["delete", "nobody"], "tcont list"),
-                (3, "NotFound", ["attached", "nobody"], "tcont list"),
-                (3, "NotFound", ["set", "nobody", "--together", "--id", "2"], "tcont list"),
-                (11, "Exists", ["rename", one, five], "another name"),
-                (11, "Exists", ["copy", one, five], "another name"),
-                (15, "OutOfRange", ["set", five, "--id", "7"], "1 to 6"),
-                (1, "Error", ["set", five, "--type", "6"], "1 to 5"),
-                (15, "OutOfRange", ["set", one, "--assured", "1M"], "type 1 carries a fixed rate only"),
-                (15, "OutOfRange", ["set", one, "--alloc-type", "2"], "type 1 does not let it be chosen"),
-                (1, "Error", ["set", five, "--alloc-type", "3"], "1 or 2"),
-                (7, "RateError", ["set", five, "--assured", "256"], "fixed + assured rate + 256"),
-                (7, "RateError", ["set", five, "--assured", "64"], "0 or at least 256"),
-                (7, "RateError", ["set", five, "--maximum", "2G"], "at most 1244160"),
-                (7, "RateError", ["set", five, "--id", "2", "--maximum", "64"], "carried out before: --id"),
-                (15, "OutOfRange", ["create", prefix + "n", "--type", "4", "--fixed", "1M"],
-                 "type 4 carries a maximum rate only"),
-                (15, "OutOfRange", ["create", prefix + "n", "--type", "3", "--maximum", "400"], "at least 512"),
-                (7, "RateError", ["create", prefix + "n", "--type", "3", "--assured", "512", "--maximum", "600"],
-                 "assured rate + 256"),
-                (7, "RateError", ["create", prefix + "n", "--type", "2", "--assured", "0"], "at least 256"),
-                (15, "OutOfRange", ["create", prefix + "n", "--id", "7"], "1 to 6"),
-                (1, "Error", ["create", prefix + "n", "--type", "7"], "1 to 5"),
-                (13, "BadName", ["create", "n" * 65, "--maximum", "1M"], "1 to 64 bytes"),
-            ]:
-                with self.subTest(arguments=arguments):
-                    self.refused(transport, result, res + name, "tcont", *arguments, hint=hint)
-            self.assertNotIn(prefix + "n", self.names(transport, "tcont"))
-
     def test_small_assured_rates_are_made_in_the_steps_the_refusal_tells(self):
         for transport, prefix in BOTH:
             for number, (fixed, assured, maximum) in enumerate([(256, 128, 1024), (128, 192, 576), (2048, 64, 4096)]):
@@ -158,25 +180,6 @@ class TContTest(ClientTest):
 
 
 class FlowTest(ClientTest):
-    def test_life_of_a_profile(self):
-        for transport, prefix in BOTH:
-            ask = lambda *arguments: self.ask(transport, "flow", *arguments)
-            hsi, other = prefix + "hsi", prefix + "other"
-            wanted = flow(hsi, cPcp=3, cVlan=[10, *range(100, 200), 4094], guarRateUs=1024, peakRateUs=2048,
-                          flowPriorityUs=7, flowPriorityDs=1)
-            self.assertEqual(ask("create", hsi, "--vlan", "4094,100-199,10", "--pcp", "3", "--guaranteed", "1M",
-                                 "--peak", "2M", "--priority-up", "7", "--priority-down", "1")["profile"], wanted)
-            self.assertEqual(ask("create", other)["profile"], flow(other))
-            self.assertEqual(ask("list")["profiles"][-2:], [wanted, flow(other)])
-            ask("copy", hsi, prefix + "copy")
-            self.assertEqual(ask("show", prefix + "copy"), {**wanted, "name": prefix + "copy"})
-            ask("rename", prefix + "copy", prefix + "renamed")
-            self.assertEqual(ask("attached", prefix + "renamed")["attached"], False)
-            ask("delete", prefix + "renamed")
-            self.assertNotIn(prefix + "renamed", self.names(transport, "flow"))
-            shown = self.good(self.onuqosctl(transport, "flow", "show", hsi)).out
-            self.assertIn("10,100-199,4094\n", shown)
-
     def test_changes(self):
         for transport, prefix in BOTH:
             name = prefix + "p"
@@ -210,36 +213,6 @@ class FlowTest(ClientTest):
                 self.assertEqual(after, {**before, **changed}, arguments)
                 hardware = self.mirror("flowProfiles", name)
                 self.assertEqual({**hardware, "cVlan": sorted(hardware["cVlan"])}, after, arguments)
-
-    def test_refusals(self):
-        res = "rpcOnuFlowProfileRes"
-        for transport, prefix in BOTH:
-            name = prefix + "p"
-            self.ask(transport, "flow", "create", name)
-            for result, result_name, arguments, hint in [
-                (10, "Exists", ["create", name, "--pcp", "1"], "another name"),
-                (1, "Error", ["create", ""], "must not be empty"),
-                (16, "BadName", ["create", "n" * 65], "1 to 64 bytes"),
-                (3, "NotFound", ["attached", "nobody"], "flow list"),
-                (3, "NotFound", ["vlan", "add", "nobody", "1"], "flow list"),
-                (1, "Error", ["vlan", "set", name, "0"], "1 to 4094"),
-                (1, "Error", ["set", name, "--vlan", "4095"], "1 to 4094"),
-                (18, "OutOfRange", ["create", prefix + "n", "--vlan", "0-3"], "1 to 4094"),
-                (18, "OutOfRange", ["pcp", "set", name, "8"], "0 to 7"),
-                (18, "OutOfRange", ["set", name, "--priority-down", "8"], "0 to 7"),
-                (18, "OutOfRange", ["set", name, "--guaranteed", "64"], "128"),
-                (12, "GuarAbovePeak", ["create", prefix + "n", "--guaranteed", "2M", "--peak", "1M"], "at least"),
-                (12, "GuarAbovePeak", ["set", name, "--peak", "1M", "--guaranteed", "2M"],
-                 "carried out before: --peak"),
-            ]:
-                with self.subTest(arguments=arguments):
-                    self.refused(transport, result, res + result_name, "flow", *arguments, hint=hint)
-            self.assertNotIn(prefix + "n", self.names(transport, "flow"))
-
-    def test_defaults(self):
-        for transport, _ in BOTH:
-            self.assertEqual(self.ask(transport, "flow", "defaults"),
-                             {"guarRateUs": 128, "peakRateUs": 1244160, "flowPriorityUs": 0, "flowPriorityDs": 0})
 
 
 class NamesTest(ClientTest):

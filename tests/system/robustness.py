@@ -28,6 +28,7 @@ class Robustness(harness.DaemonTest):
         self.witness = self.daemon.rpc()  # a client that behaves
         self.addCleanup(self.witness.close)
         self.witness.do(FLOW_CREATE, "f")
+        self.newcomers = (self.call_anew, self.call_by_datagram, lambda: self.daemon.request("status"))
         self.sockets = []
         self.addCleanup(lambda: [each.close() for each in self.sockets])
         self.worst = 0.0
@@ -48,16 +49,15 @@ class Robustness(harness.DaemonTest):
         """Old and new connections and datagrams are answered within a second each, for some time."""
         end = time.monotonic() + seconds
         while time.monotonic() < end:
-            for call in (lambda: self.witness.call(0), self.call_anew, self.call_by_datagram,
-                         lambda: self.daemon.request("status")):
-                self.expect_answer(call)
+            self.expect_answers((lambda: self.witness.call(0), *self.newcomers))
 
-    def expect_answer(self, call):
-        begin = time.monotonic()
-        call()
-        seconds = time.monotonic() - begin
-        self.worst = max(self.worst, seconds)
-        self.assertLess(seconds, 1)
+    def expect_answers(self, calls):
+        for call in calls:
+            begin = time.monotonic()
+            call()
+            seconds = time.monotonic() - begin
+            self.worst = max(self.worst, seconds)
+            self.assertLess(seconds, 1)
 
     def call_anew(self):
         client = self.daemon.rpc()
@@ -122,17 +122,13 @@ class Robustness(harness.DaemonTest):
         resource.setrlimit(resource.RLIMIT_NOFILE, (1500, hard))
         for _ in range(1100):
             self.connect()
-        self.expect_service_of_newcomers()
+        for _ in range(20):
+            self.expect_answers(self.newcomers)
         self.expect_idle()
         while self.sockets:
             self.sockets.pop().close()
         self.witness = self.daemon.rpc()
         self.expect_service()
-
-    def expect_service_of_newcomers(self):
-        for _ in range(20):
-            for call in (self.call_anew, self.call_by_datagram, lambda: self.daemon.request("status")):
-                self.expect_answer(call)
 
     def test_floods_of_connections_and_of_malformed_calls(self):
         chance = random.Random(3)
