@@ -57,10 +57,6 @@ void overrideType(unsigned int interface, std::optional<int> type) {
     });
 }
 
-void restoreType(unsigned int interface) {
-    change(interface, [](InterfaceRecord& record) { record.typeOverridden = false; });
-}
-
 bool raiseEvent(unsigned int interface, int event) {
     return singleton<Interfaces>::instance().interfaceEvent().raise(
         static_cast<int>(interface), static_cast<Interfaces::interfaceEvent_t>(event));

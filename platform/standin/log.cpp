@@ -161,14 +161,6 @@ std::vector<LogLine> LogCapture::lines() const {
     return state_->lines.with([](const auto& lines) { return lines; });
 }
 
-std::string LogCapture::text() const {
-    std::string text;
-    for (const LogLine& line : lines()) {
-        text += line.text;
-    }
-    return text;
-}
-
 void LogCapture::clear() {
     state_->lines.assign({});
 }

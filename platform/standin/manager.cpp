@@ -182,15 +182,6 @@ std::vector<std::string> stopAll() {
     return failed;
 }
 
-bool applyDefaultSettings(std::string_view entity) {
-    const auto rows = registered();
-    const auto found = std::ranges::find(rows, entity, &Registered::name);
-    if (found == rows.end()) {
-        throw Error("there is no entity " + quoted(std::string(entity)));
-    }
-    return found->entity->applyDefaultSettings();
-}
-
 std::vector<std::string> applyDefaultSettings() {
     std::vector<std::string> failed;
     for (const Registered& row : ordered()) {

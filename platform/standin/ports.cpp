@@ -66,10 +66,6 @@ void overrideAvailable(unsigned int interface, std::optional<Available> availabl
     withPort(interface, [=](InterfaceRecord& record) { record.available = available; });
 }
 
-Available available(unsigned int interface) {
-    return availableOn(withPort(interface, [](const InterfaceRecord& record) { return record; }));
-}
-
 }  // namespace ports
 }  // namespace standin
 

@@ -19,7 +19,7 @@ public:
     RPCProxy(void* (*start)(void*), const std::string& name);
 
     /// Interrupts and joins the thread if it was not joined yet.
-    ~RPCProxy();
+    ~RPCProxy();  // NOLINT(bugprone-exception-escape): see the definition
 
     RPCProxy(const RPCProxy&) = delete;
     RPCProxy& operator=(const RPCProxy&) = delete;

@@ -17,9 +17,6 @@ void setLinkUp(unsigned int interface, bool up);
 /// everything else that is known of the interface stay as they are.
 void overrideType(unsigned int interface, std::optional<int> type);
 
-/// Ends `overrideType`.
-void restoreType(unsigned int interface);
-
 /// Raises the interface event on the calling thread, for unknown interfaces too. Changes nothing by itself:
 /// the link state stays as it is. False if a handler vetoed it.
 bool raiseEvent(unsigned int interface, int event);
@@ -55,9 +52,6 @@ void setDistances(unsigned int interface, std::uint32_t min, std::uint32_t max);
 /// rates, 125 bytes per second for each kbit/s, are those that its T-CONT profile had in the hardware layer
 /// when the pair was first pushed; a pair pushed with an unknown profile has none.
 void overrideAvailable(unsigned int interface, std::optional<Available> available);
-
-/// The port's free bandwidth as the port itself would report it.
-Available available(unsigned int interface);
 
 #pragma GCC visibility pop
 

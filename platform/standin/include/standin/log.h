@@ -59,9 +59,6 @@ public:
     /// The lines so far, in the order in which they were completed.
     std::vector<LogLine> lines() const;
 
-    /// The texts of `lines()`, one after the other.
-    std::string text() const;
-
     void clear();
 
 private:

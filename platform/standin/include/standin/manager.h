@@ -48,9 +48,6 @@ void startAll();
 /// then `failed`.
 std::vector<std::string> stopAll();
 
-/// Returns one entity to its factory settings; its answer. Throws `Error` when there is no such entity.
-bool applyDefaultSettings(std::string_view entity);
-
 /// Returns all entities to their factory settings in dependency order, also after a failure; the names of
 /// those that answered false. Those of the platform itself keep what the inventory gave them.
 std::vector<std::string> applyDefaultSettings();
