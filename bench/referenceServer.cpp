@@ -37,7 +37,11 @@ void serve(SVCXPRT* transport) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char**) {
+    if (argc > 1) {
+        std::fputs("usage: referenceServer\nServes constants until it is killed.\n", stderr);
+        return 2;
+    }
     int maximumRecord = 65536;  // as oltmgrd sets it
     rpc_control(RPC_SVC_CONNMAXREC_SET, &maximumRecord);
     SVCXPRT* udp = svcudp_create(bound(SOCK_DGRAM));

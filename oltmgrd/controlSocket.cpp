@@ -74,7 +74,9 @@ void ControlSocket::lock() {
     while (true) {
         const int descriptor = ::open(lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode);
         if (descriptor == -1) {
-            fail(path_, "its lock file cannot be made: " + std::string(std::strerror(errno)));
+            fail(path_,
+                 "its lock file cannot be made: " + std::string(std::strerror(errno)) +
+                     "; see that its directory is there and writable, or give another path with --control");
         }
         if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
             ::close(descriptor);

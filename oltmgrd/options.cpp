@@ -58,6 +58,11 @@ Options readOptions(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         std::exit(app.exit(request));
+    } catch (const CLI::RequiredError& error) {
+        const auto unknown = app.remaining();
+        throw StartError((unknown.empty() ? error.what() : "unknown argument: " + unknown.front()) +
+                             "; oltmgrd --help lists the options",
+                         kBadInput);
     } catch (const CLI::ParseError& error) {
         throw StartError(std::string(error.what()) + "; oltmgrd --help lists the options", kBadInput);
     }

@@ -62,7 +62,7 @@ void openLog(const Options& options) {
         try {
             standin::log::toFile(options.logFile);
         } catch (const standin::Error& error) {
-            throw StartError(std::string("log file ") + error.what());
+            throw StartError(error.what());
         }
     }
 }

@@ -29,7 +29,8 @@ constexpr const char* kRegistration = "onuqos_mng";
 
 // The receive loop selects over this many descriptors and never serves one beyond.
 constexpr rlim_t kDescriptorsMax = FD_SETSIZE;
-// The longest record of a client, bytes. It also makes the library read without blocking.
+// The longest record of a client, bytes. It also makes the library read without blocking, and take in records
+// of one fragment only; without it half a record blocks everyone for 35 s.
 constexpr int kRecordMax = 65'536;
 // Buffers of the size a hostile length field asks for go back to the system when they are freed.
 constexpr int kMmapThreshold = 131'072;

@@ -72,7 +72,7 @@ start_portmapper() {
         sleep 0.05
     done
     say "The portmapper did not start: clients need --port."
-    RPCBIND=
+    stop_portmapper
 }
 
 stop_portmapper() {

@@ -21,7 +21,7 @@ const OperatorCommand kCommands[] = {
       {"argument", "ARGUMENT", Kind::text, false, "What the message takes, for instance an interface index"}},
      Print::reply},
     {"dump", "message", "Prints all tables of the module",
-     {{"argument", "INTERFACE", Kind::text, false, "Lists the service bindings of this ONU only"}},
+     {{"argument", "INTERFACE", Kind::digits, false, "Lists the service bindings of this ONU only"}},
      Print::reply, "name", "onuQosDump"},
     {"hardware", "hardware-get", "Shows what the hardware layer holds", {}},
     {"alarms", "alarms-get", "Shows the active alarms and the history, oldest first", {}},

@@ -11,6 +11,7 @@ struct Argument {
         text,    // a name: bytes, also as base64:...
         path,    // of a file, from the directory of this client where it is relative
         number,  // a whole number
+        digits,  // a whole number, sent as text
         yesNo,
         flag,  // an option without value: true when given
     };

@@ -34,6 +34,8 @@ Json argumentValue(const Argument& argument, const std::string& text) {
             return clients::nameToJson(std::filesystem::absolute(text).string());
         case Kind::number:
             return clients::parseInteger(text, argument.option);
+        case Kind::digits:
+            return std::to_string(clients::parseInteger(text, argument.option));
         case Kind::yesNo:
             if (text == "yes" || text == "true" || text == "no" || text == "false") {
                 return text == "yes" || text == "true";

@@ -42,7 +42,7 @@ public:
     };
 
     /// The business-logic lock for reading. A thread that holds it, shared or exclusive, obtains it again
-    /// without waiting, also while a writer waits. Otherwise waiting writers go first.
+    /// without waiting, also while a writer waits. Otherwise a writer that waits goes first.
     class [[gnu::visibility("default")]] sharedLock_t {
     public:
         sharedLock_t();

@@ -10,7 +10,7 @@
 #include "platformTest.h"
 #include "standin/error.h"
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 namespace {
 

@@ -104,7 +104,8 @@ std::string transportName(const testing::TestParamInfo<int>& transport) {
 
 INSTANTIATE_TEST_SUITE_P(On, Service, testing::Values(IPPROTO_UDP, IPPROTO_TCP), transportName);
 
-// The items of a record in odd fragments lie on odd addresses, and across the ends of buffers.
+// The items of a record in odd fragments lie on odd addresses, and across the ends of buffers. A host that
+// bounds the RPC library's records takes in single fragments only, which nothing here can change.
 TEST_P(Service, oddlyFragmentedRecordsAreServed) {
     char gold[] = "gold";
     std::string request = items({1, 0, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, 12, 0, 0, 0, 0, 4}) + gold;

@@ -46,6 +46,7 @@ class CommandLine(harness.DaemonTest):
         nowhere = self.path("nowhere")
         rows = (
             ((), 2, "--inventory is required; oltmgrd --help lists the options"),
+            (("--bad",), 2, "unknown argument: --bad; oltmgrd --help lists the options"),
             (("--inventory", self.inventory, "--bad"), 2, "--bad; oltmgrd --help lists the options"),
             (("--inventory", self.inventory, "--log-level", "x"), 2, "--log-level"),
             (("--inventory", nowhere), 2, f"inventory {nowhere}: No such file or directory"),

@@ -233,6 +233,7 @@ class OperatorTest(ClientTest):
         self.assertTrue(dump.startswith(b" onuFlowProfileMap:\n -----------------\n\n tContProfileMap:\n"), dump)
         self.assertIn(b" \tname: g\xff (g\xff)\n", dump)
         self.assertEqual(raw("message", "onuQosDump"), dump)
+        self.assertEqual(self.oltctl("dump", "abc").status, 2)
         self.assertEqual(base64.b64decode(self.operate("dump")["reply"]["base64"]), dump)
 
     def test_raw_calls(self):

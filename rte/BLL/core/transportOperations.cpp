@@ -107,8 +107,8 @@ bool_t datagramArguments(SVCXPRT* transport, xdrproc_t routine, void* argument) 
 
 xprt_stat connectionStatus(SVCXPRT* transport) {
     const xprt_stat status = connections.library().xp_stat(transport);
-    const bool more =
-        status == XPRT_IDLE && turn.goesOn([transport] { return waitingBytes(transport->xp_fd) != 0; });
+    const bool more = turn.goesOn(
+        [transport, status] { return status == XPRT_IDLE && waitingBytes(transport->xp_fd) != 0; });
     return more ? XPRT_MOREREQS : status;
 }
 

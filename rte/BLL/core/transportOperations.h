@@ -7,13 +7,16 @@
 //
 // Requests that have arrived are served in turns of up to 16 for each transport before `select` looks at the
 // others again: waiting for what is known to be there costs as much as a small request does.
+//
+// A transport that was adopted keeps pointing to this code until it is destroyed. Before a library that holds
+// this code is unloaded, its transports and connections are destroyed, or the receive loop ends for good.
 
 /// For a UDP transport, when it is made: turns, and arguments that reach beyond the datagram that carries
 /// them are refused.
 ///
 /// The RPC library decodes a request from its whole receive buffer, so a datagram that is shorter than its
-/// arguments takes the rest from what an earlier request left there. From here on such a request fails to
-/// decode, like any other that is cut short.
+/// arguments takes the rest from what an earlier request left there. At this transport such a request fails
+/// to decode from here on, like any other that is cut short.
 void adoptDatagrams(SVCXPRT* transport);
 
 /// For a TCP connection, at any of its requests: turns. The library makes these transports itself, so they
