@@ -1,5 +1,8 @@
 #include "commandLine.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
@@ -14,6 +17,12 @@ std::string oneLine(std::string text) {
     text.erase(text.find_last_not_of("\n ") + 1);
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
+}
+
+/// Whether nobody is left who would read from the pipe, as behind `head`.
+bool hasReadEnough(int pipe) {
+    pollfd state{.fd = pipe, .events = 0, .revents = 0};
+    return ::poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
 }
 
 /// The command the line had reached.
@@ -153,8 +162,9 @@ int CommandLine::run(int argc, char** argv, const std::function<int()>& action) 
     };
     const auto finish = [&failed](int status) {
         std::cout.flush();
-        return std::cout || status != kCarriedOut ? status
-                                                  : failed(kRefused, "standard output cannot be written");
+        return std::cout || status != kCarriedOut || hasReadEnough(STDOUT_FILENO)
+                   ? status
+                   : failed(kRefused, "standard output cannot be written");
     };
     try {
         app_->parse(argc, argv);

@@ -98,6 +98,16 @@ class AdmissionTest(ClientTest):
                                              "3")).out.splitlines()
             self.assertEqual([json.loads(line)["ports"][0]["interface"] for line in lines], [1, 1, 1])
 
+    def test_output_that_is_not_read_to_its_end(self):
+        watch = (self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "cac", "show", "--watch=0.01")
+        with subprocess.Popen(watch, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as client:
+            client.stdout.readline()
+            client.stdout.close()
+            self.assertEqual((client.wait(PATIENCE), client.stderr.read()), (0, b""))
+        with open("/dev/full", "wb") as full:
+            shown = subprocess.run(watch[:-1], stdout=full, stderr=subprocess.PIPE, check=False)
+        self.assertEqual((shown.returncode, shown.stderr), (1, b"onuqosctl: standard output cannot be written\n"))
+
 
 class ModuleTest(ClientTest):
     def test_ranges_state_and_ping(self):
