@@ -84,6 +84,7 @@ void onuQos::tContProfileDefaultSet(tContProfileInfo& info) const {
     tContProfileDefaultTypeGet(tContType5, info);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the record by value
 onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask) const {
     tContProfileInfo defaults;
     tContProfileDefaultTypeGet(info.tContType, defaults);

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <cctype>
+#include <sstream>
 
 #include "moduleTest.h"
 
@@ -45,11 +47,17 @@ protected:
             } else if (operation == standin::Operation::onuTContProfileDelete) {
                 push = "delete";
             } else if (operation == standin::Operation::onuTContProfileParmsSet) {
+                std::string words = arguments;
+                std::ranges::replace_if(
+                    words, [](unsigned char c) { return std::ispunct(c) != 0; }, ' ');
+                std::istringstream in(words);
+                std::string name;
                 unsigned int n[8]{};
                 int number = 0;
-                EXPECT_EQ(std::sscanf(arguments.c_str(), "gold, {, %u, %u, %u, %u, %u, %u, %u, %u}, %d", n,
-                                      n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, &number),
-                          9);
+                in >> name;
+                std::ranges::for_each(n, [&in](unsigned int& field) { in >> field; });
+                in >> number;
+                EXPECT_TRUE(in && name == "gold") << arguments;
                 const auto& [selected, fields] = kSelectors.at(number);
                 push = selected;
                 for (int i = 0; i < 8; ++i) {
