@@ -12,6 +12,7 @@
 #include <memory>
 #include <string_view>
 
+#include "BLLManager.h"
 #include "rpc/portmapper.h"
 #include "rte/BLL/core/rpcProxy.h"
 #include "standin/inventory.h"
@@ -67,6 +68,20 @@ int descriptorOf(const Client& client) {
     int descriptor = -1;
     EXPECT_TRUE(clnt_control(client.get(), CLGET_FD, reinterpret_cast<char*>(&descriptor)));
     return descriptor;
+}
+
+void transmit(int descriptor, std::string_view bytes) {
+    ASSERT_EQ(send(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+}
+
+/// A call with a name of four characters, without credentials.
+std::string callWith(std::uint32_t id, std::uint32_t procedure, std::string_view name) {
+    return items({id, CALL, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, procedure, 0, 0, 0, 0, 4}) +
+           std::string(name);
+}
+
+std::string record(const std::string& call) {
+    return items({0x80000000 | static_cast<std::uint32_t>(call.size())}) + call;
 }
 
 /// Loads the built module, starts the entities, and runs the process's receive loop, once for all tests.
@@ -143,9 +158,6 @@ TEST_P(Service, requestsThatQueueAreAnsweredInOrder) {
     constexpr std::uint32_t kCutShort = 20;
     const bool tcp = GetParam() == IPPROTO_TCP;
     const int descriptor = descriptorOf(client_);
-    const auto transmit = [descriptor](std::string_view bytes) {
-        ASSERT_EQ(send(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-    };
     const auto expectAnswer = [descriptor, tcp](std::uint32_t id) {
         std::array<char, 1000> reply{};
         pollfd ready{.fd = descriptor, .events = POLLIN, .revents = 0};  // the library made it non-blocking
@@ -163,19 +175,41 @@ TEST_P(Service, requestsThatQueueAreAnsweredInOrder) {
 
     std::string stream;
     for (std::uint32_t id = 0; id < kCalls; ++id) {
-        std::string call = items({id, CALL, 2, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, 104, 0, 0, 0, 0, 4});
-        call += id == kCutShort ? "" : "none";
+        const std::string call = callWith(id, 104, id == kCutShort ? "" : "none");
         if (tcp) {
-            stream += items({0x80000000 | static_cast<std::uint32_t>(call.size())}) + call;
+            stream += record(call);
         } else {
-            transmit(call);
+            transmit(descriptor, call);
         }
     }
     const std::size_t part = stream.size() - std::min<std::size_t>(stream.size(), 30);
-    transmit(std::string_view(stream).substr(0, part));
+    transmit(descriptor, std::string_view(stream).substr(0, part));
     for (std::uint32_t id = 0; id < kCalls - 1; ++id) {
         expectAnswer(id);
     }
-    transmit(std::string_view(stream).substr(part));
+    transmit(descriptor, std::string_view(stream).substr(part));
     expectAnswer(kCalls - 1);
+}
+
+TEST_P(Service, aClientWithManyRequestsDoesNotHoldUpOthers) {
+    if (GetParam() == IPPROTO_TCP) {
+        GTEST_SKIP()
+            << "where the host does not bound records, the library serves all that it has read ahead";
+    }
+    const Client other = connectTo(IPPROTO_TCP);
+    ASSERT_NE(rpc_onuqos_null_1(other.get()), nullptr);  // accepted before the others queue
+    ASSERT_NE(rpc_onuqos_null_1(client_.get()), nullptr);
+    const auto nameOf = [](std::uint32_t id) { return "p" + std::to_string(100 + id); };
+    constexpr std::uint32_t kCalls = 40;
+    {
+        const BLLManager::exclusiveLock_t held;  // the first request waits for it, the rest queue behind
+        ASSERT_TRUE(held.obtained());
+        for (std::uint32_t id = 0; id < kCalls; ++id) {
+            transmit(descriptorOf(client_), callWith(id, 100, nameOf(id)));
+        }
+        transmit(descriptorOf(other), record(callWith(kCalls, 101, nameOf(kCalls - 1))));
+    }
+    std::uint32_t reply[8]{};
+    ASSERT_EQ(recv(descriptorOf(other), reply, sizeof reply, MSG_WAITALL), ssize_t{sizeof reply});
+    EXPECT_EQ(ntohl(reply[7]), rpcTContProfileResNotFound) << "served behind the last of the others";
 }

@@ -6,7 +6,9 @@
 // transport has. What travels is the same.
 //
 // Requests that have arrived are served in turns of up to 16 for each transport before `select` looks at the
-// others again: waiting for what is known to be there costs as much as a small request does.
+// others again: waiting for what is known to be there costs as much as a small request does. (Of a connection
+// whose records are not bounded, by RPC_SVC_CONNMAXREC_SET, the library itself first serves all that it has
+// read ahead.)
 //
 // A transport that was adopted keeps pointing to this code until it is destroyed. Before a library that holds
 // this code is unloaded, its transports and connections are destroyed, or the receive loop ends for good.
