@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "check.h"
-#include "commands.h"
 #include "olt.h"
+#include "oltmgrd/control/commands.h"
 #include "oneFile.h"
 #include "standin/faults.h"
 

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "check.h"
-#include "configurationStore.h"
-#include "errors.h"
-#include "inventory.h"
 #include "olt.h"
+#include "oltmgrd/configuration/store.h"
+#include "oltmgrd/files/errors.h"
+#include "oltmgrd/platform/standin/inventory.h"
 #include "oneFile.h"
 
 namespace fuzz {

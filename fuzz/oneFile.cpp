@@ -1,7 +1,7 @@
 #include "oneFile.h"
 
-#include "errors.h"
-#include "files.h"
+#include "oltmgrd/files/errors.h"
+#include "oltmgrd/files/files.h"
 
 std::optional<std::string>& fuzz::theFile() {
     static std::optional<std::string> file;

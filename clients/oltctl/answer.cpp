@@ -1,4 +1,4 @@
-#include "answer.h"
+#include "clients/oltctl/answer.h"
 
 #include <algorithm>
 #include <iostream>
@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "errors.h"
-#include "name.h"
-#include "table.h"
-#include "text.h"
-#include "vlanList.h"
+#include "common/errors.h"
+#include "common/name.h"
+#include "common/table.h"
+#include "common/text.h"
+#include "common/vlanList.h"
 
 namespace oltctl {
 namespace {
@@ -19,7 +19,7 @@ namespace {
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 bool isRecord(const Json& value) {
-    return value.is_object() && !clients::nameFromJson(value);
+    return value.is_object() && !common::nameFromJson(value);
 }
 
 bool isRecordList(const Json& value) {
@@ -28,7 +28,7 @@ bool isRecordList(const Json& value) {
 
 /// Whether a field's list of numbers reads better in ranges: they can be thousands.
 bool isShownInRanges(const std::string& key, const Json& value) {
-    constexpr std::uint32_t kLargest = std::numeric_limits<clients::VlanList::value_type>::max();
+    constexpr std::uint32_t kLargest = std::numeric_limits<common::VlanList::value_type>::max();
     return (key == "cVlan" || key == "onus") &&
            std::all_of(value.begin(), value.end(), [](const Json& element) {
                return element.is_number_unsigned() && element.get<std::uint64_t>() <= kLargest;
@@ -36,8 +36,8 @@ bool isShownInRanges(const std::string& key, const Json& value) {
 }
 
 std::string cell(const std::string& key, const Json& value) {
-    if (const auto name = clients::nameFromJson(value)) {
-        return clients::printable(*name);
+    if (const auto name = common::nameFromJson(value)) {
+        return common::printable(*name);
     }
     if (value.is_null()) {
         return "-";
@@ -52,7 +52,7 @@ std::string cell(const std::string& key, const Json& value) {
         return "-";
     }
     if (isShownInRanges(key, value)) {
-        return clients::formatVlans(value.get<clients::VlanList>());
+        return common::formatVlans(value.get<common::VlanList>());
     }
     std::string text;
     for (const Json& element : value) {
@@ -71,15 +71,15 @@ void printRecords(std::ostream& out, const Json& records) {
             }
         }
     }
-    std::vector<clients::Table::Column> columns;
+    std::vector<common::Table::Column> columns;
     for (const std::string& key : keys) {
         const bool numbers = std::all_of(records.begin(), records.end(), [&](const Json& record) {
             return !record.contains(key) || record[key].is_number() || record[key].is_null();
         });
         columns.push_back(
-            {clients::printable(key), numbers ? clients::Table::Align::right : clients::Table::Align::left});
+            {common::printable(key), numbers ? common::Table::Align::right : common::Table::Align::left});
     }
-    clients::Table table(columns);
+    common::Table table(columns);
     for (const Json& record : records) {
         std::vector<std::string> cells;
         for (const std::string& key : keys) {
@@ -93,7 +93,7 @@ void printRecords(std::ostream& out, const Json& records) {
 Fields fieldsOf(const Json& record) {
     Fields fields;
     for (const auto& [key, value] : record.items()) {
-        fields.emplace_back(clients::printable(key), cell(key, value));
+        fields.emplace_back(common::printable(key), cell(key, value));
     }
     return fields;
 }
@@ -127,16 +127,16 @@ void printAnswer(std::ostream& out, const Json& answer) {
         if (isRecord(value) || isRecordList(value)) {
             sections.emplace_back(key, value);
         } else {
-            fields.emplace_back(clients::printable(key), cell(key, value));
+            fields.emplace_back(common::printable(key), cell(key, value));
         }
     }
     if (fields.empty() && sections.empty()) {
         const std::string text =
             answer.contains("text") && answer["text"].is_string() ? answer["text"] : Json("");
-        out << (text.empty() ? "done" : clients::printable(text)) << '\n';
+        out << (text.empty() ? "done" : common::printable(text)) << '\n';
         return;
     }
-    clients::printFields(out, fields);
+    common::printFields(out, fields);
     const bool headings = sections.size() > 1 || !fields.empty();
     bool separated = fields.empty();
     for (const auto& [key, value] : sections) {
@@ -144,12 +144,12 @@ void printAnswer(std::ostream& out, const Json& answer) {
             out << '\n';
         }
         if (headings) {
-            out << clients::printable(key) << ":\n";
+            out << common::printable(key) << ":\n";
         }
         if (value.is_array()) {
             printRecords(out, value);
         } else {
-            clients::printFields(out, fieldsOf(value));
+            common::printFields(out, fieldsOf(value));
         }
     }
 }
@@ -160,18 +160,18 @@ void printReply(std::ostream& out, const Json& answer) {
         printAnswer(out, answer);
         return;
     }
-    out << clients::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
+    out << common::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
 }
 
 int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
-           clients::Format format) {
+           common::Format format) {
     const Json answer = Json::parse(line, nullptr, false);
     if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
-        throw clients::NoAnswer(
+        throw common::NoAnswer(
             "what answers on the control path does not speak the control protocol of oltmgrd");
     }
     const std::string refusal = refusalText(answer);
-    if (format == clients::Format::json) {
+    if (format == common::Format::json) {
         std::cout << answer.dump(2) << '\n';
     } else if (refusal.empty() && print == OperatorCommand::Print::reply) {
         printReply(std::cout, answer);
@@ -179,13 +179,13 @@ int report(const std::string& line, const std::string& words, OperatorCommand::P
         printAnswer(std::cout, answer);
     }
     if (refusal.empty()) {
-        return clients::kCarriedOut;
+        return common::kCarriedOut;
     }
     std::cout.flush();
     // What oltmgrd itself refuses, it says in whole sentences.
     const bool fromTheModule = answer["result"] == 0;
     std::cerr << "oltctl: " << (fromTheModule ? words + ": " : "") << refusal << '\n';
-    return clients::kRefused;
+    return common::kRefused;
 }
 
 }  // namespace oltctl

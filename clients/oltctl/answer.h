@@ -4,8 +4,8 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "commandLine.h"
-#include "operatorCommands.h"
+#include "clients/oltctl/operatorCommands.h"
+#include "common/commandLine.h"
 
 namespace oltctl {
 
@@ -23,8 +23,8 @@ void printAnswer(std::ostream& out, const Json& answer);
 void printReply(std::ostream& out, const Json& answer);
 
 /// Prints the line that answered the command `words`, what it refuses on standard error; gives the exit
-/// status. Throws clients::NoAnswer for what is no answer of the control channel.
+/// status. Throws common::NoAnswer for what is no answer of the control channel.
 int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
-           clients::Format format);
+           common::Format format);
 
 }  // namespace oltctl

@@ -1,4 +1,4 @@
-#include "channel.h"
+#include "clients/oltctl/channel.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -10,8 +10,8 @@
 #include <cstring>
 #include <vector>
 
-#include "errors.h"
-#include "text.h"
+#include "common/errors.h"
+#include "common/text.h"
 
 namespace oltctl {
 namespace {
@@ -39,13 +39,13 @@ Channel::Channel(const std::string& path, double timeoutSeconds)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.empty() || path.size() >= sizeof address.sun_path) {
-        throw clients::UsageError("control path " + clients::printable(path) + ": a socket's path has 1 to " +
-                                  std::to_string(sizeof address.sun_path - 1) + " bytes");
+        throw common::UsageError("control path " + common::printable(path) + ": a socket's path has 1 to " +
+                                 std::to_string(sizeof address.sun_path - 1) + " bytes");
     }
     std::copy(path.begin(), path.end(), address.sun_path);
     descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor_ < 0) {
-        throw clients::NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
+        throw common::NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
     }
     // A full backlog makes connect wait; the send timeout bounds that wait.
     const timeval bound{
@@ -56,7 +56,7 @@ Channel::Channel(const std::string& path, double timeoutSeconds)
     if (::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         const int error = errno == EAGAIN ? ETIMEDOUT : errno;
         ::close(descriptor_);
-        throw clients::NoAnswer("control path " + clients::printable(path) + ": " + remedy(error));
+        throw common::NoAnswer("control path " + common::printable(path) + ": " + remedy(error));
     }
 }
 
@@ -81,13 +81,12 @@ void Channel::awaitReady(short events, Clock::time_point deadline) const {
             return;
         }
         if (ready == 0) {
-            throw clients::NoAnswer(
-                "control path " + clients::printable(path_) +
+            throw common::NoAnswer(
+                "control path " + common::printable(path_) +
                 ": no answer in time; the request may be carried out all the same (--timeout)");
         }
         if (errno != EINTR) {
-            throw clients::NoAnswer("control path " + clients::printable(path_) + ": " +
-                                    std::strerror(errno));
+            throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
         }
     }
 }
@@ -103,8 +102,7 @@ void Channel::send(const std::string& line, Clock::time_point deadline) const {
         } else if (errno == EPIPE || errno == ECONNRESET) {
             return;  // the server closed on an over-long line; what it said about it is still to be read
         } else if (errno != EAGAIN && errno != EINTR) {
-            throw clients::NoAnswer("control path " + clients::printable(path_) + ": " +
-                                    std::strerror(errno));
+            throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
         }
     }
 }
@@ -125,8 +123,8 @@ std::string Channel::receiveLine(Clock::time_point deadline) {
         if (count > 0) {
             received_.append(buffer.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-            throw clients::NoAnswer("control path " + clients::printable(path_) +
-                                    ": oltmgrd closed the connection without an answer; its log may say why");
+            throw common::NoAnswer("control path " + common::printable(path_) +
+                                   ": oltmgrd closed the connection without an answer; its log may say why");
         }
     }
 }

@@ -9,7 +9,7 @@ namespace oltctl {
 class Channel {
 public:
     /// Connects to the Unix socket `path`; `timeoutSeconds` bounds connecting and each request together with
-    /// its answer. Throws clients::UsageError for a path no socket can have, clients::NoAnswer when nobody
+    /// its answer. Throws common::UsageError for a path no socket can have, common::NoAnswer when nobody
     /// serves it.
     Channel(const std::string& path, double timeoutSeconds);
     ~Channel();
@@ -17,7 +17,7 @@ public:
     Channel& operator=(const Channel&) = delete;
 
     /// Sends a line and gives the one that answers it, however long it is, both without their ends.
-    /// Throws clients::NoAnswer.
+    /// Throws common::NoAnswer.
     std::string ask(const std::string& line);
 
 private:

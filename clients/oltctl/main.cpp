@@ -4,19 +4,19 @@
 #include <string>
 #include <vector>
 
-#include "answer.h"
-#include "channel.h"
-#include "commandLine.h"
-#include "controlPath.h"
-#include "name.h"
-#include "number.h"
-#include "operatorCommands.h"
-#include "request.h"
+#include "clients/oltctl/answer.h"
+#include "clients/oltctl/channel.h"
+#include "clients/oltctl/operatorCommands.h"
+#include "clients/oltctl/request.h"
+#include "common/commandLine.h"
+#include "common/controlPath.h"
+#include "common/name.h"
+#include "common/number.h"
 
 namespace {
 
-using clients::Command;
-using clients::Given;
+using common::Command;
+using common::Given;
 using oltctl::Argument;
 using oltctl::OperatorCommand;
 
@@ -68,7 +68,7 @@ void addCommand(Command app, const OperatorCommand& row, Request& request) {
         names = names || argument.kind == Argument::Kind::text;
     }
     command.footer(std::string("Sends the control command ") + row.command + "." +
-                   (names ? std::string("\n") + clients::kNameHelp : ""));
+                   (names ? std::string("\n") + common::kNameHelp : ""));
     command.whenNamed([&row, &request, given] {
         std::vector<std::optional<std::string>> texts;
         for (const Given& argument : given) {
@@ -95,15 +95,15 @@ void addCall(Command app, Request& request) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    clients::CommandLine line("oltctl",
-                              "Operates a running oltmgrd: services, configuration, events, faults, dumps.");
+    common::CommandLine line("oltctl",
+                             "Operates a running oltmgrd: services, configuration, events, faults, dumps.");
     const Command app = line.commands();
     app.footer(
         "Exit status: 0 carried out, 1 refused by oltmgrd or the module (what they said is printed), 2 "
         "usage, 3 no answer.\n"
         "JSON output is the whole answer: result, text and arguments.");
     const Given path =
-        app.option("--control", "PATH", "Socket of oltmgrd's control channel", clients::defaultControlPath());
+        app.option("--control", "PATH", "Socket of oltmgrd's control channel", common::defaultControlPath());
     const Given timeout = app.option("--timeout", "S", "Seconds to wait for the answer", "60");
     Request request;
     for (const oltctl::Group& group : oltctl::groups()) {
@@ -115,7 +115,7 @@ int main(int argc, char** argv) {
     addCall(app, request);
 
     return line.run(argc, argv, [&] {
-        const double seconds = clients::parseSeconds(timeout.text(), "--timeout");
+        const double seconds = common::parseSeconds(timeout.text(), "--timeout");
         const std::string answer = oltctl::Channel(path.text(), seconds).ask(request.line);
         return oltctl::report(answer, request.words, request.print, line.format());
     });

@@ -1,4 +1,4 @@
-#include "operatorCommands.h"
+#include "clients/oltctl/operatorCommands.h"
 
 namespace oltctl {
 namespace {

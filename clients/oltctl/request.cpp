@@ -1,12 +1,12 @@
-#include "request.h"
+#include "clients/oltctl/request.h"
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "errors.h"
-#include "name.h"
-#include "number.h"
-#include "text.h"
+#include "common/errors.h"
+#include "common/name.h"
+#include "common/number.h"
+#include "common/text.h"
 
 namespace oltctl {
 namespace {
@@ -26,22 +26,22 @@ Json argumentValue(const Argument& argument, const std::string& text) {
     }
     switch (argument.kind) {
         case Kind::text:
-            return clients::nameToJson(clients::nameFromArgument(text));
+            return common::nameToJson(common::nameFromArgument(text));
         case Kind::path:
             if (text.empty()) {
-                throw clients::UsageError(std::string(argument.option) + ": the path is empty");
+                throw common::UsageError(std::string(argument.option) + ": the path is empty");
             }
-            return clients::nameToJson(std::filesystem::absolute(text).string());
+            return common::nameToJson(std::filesystem::absolute(text).string());
         case Kind::number:
-            return clients::parseInteger(text, argument.option);
+            return common::parseInteger(text, argument.option);
         case Kind::digits:
-            return std::to_string(clients::parseInteger(text, argument.option));
+            return std::to_string(common::parseInteger(text, argument.option));
         case Kind::yesNo:
             if (text == "yes" || text == "true" || text == "no" || text == "false") {
                 return text == "yes" || text == "true";
             }
-            throw clients::UsageError(std::string(argument.option) + ": " + clients::inQuotes(text) +
-                                      " is neither yes nor no");
+            throw common::UsageError(std::string(argument.option) + ": " + common::inQuotes(text) +
+                                     " is neither yes nor no");
         case Kind::flag:
             break;
     }
@@ -62,12 +62,12 @@ std::string requestLine(const OperatorCommand& row, const std::vector<std::optio
 }
 
 std::string requestLine(const std::string& command, const std::string& arguments) {
-    if (!clients::isUtf8(command)) {
-        throw clients::UsageError("call: a control command's name is UTF-8");
+    if (!common::isUtf8(command)) {
+        throw common::UsageError("call: a control command's name is UTF-8");
     }
     const Json parsed = Json::parse(arguments, nullptr, false);
     if (!parsed.is_object()) {
-        throw clients::UsageError("call: the arguments are not a JSON object");
+        throw common::UsageError("call: the arguments are not a JSON object");
     }
     return lineOf(command, parsed);
 }

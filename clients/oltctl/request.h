@@ -5,18 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "operatorCommands.h"
+#include "clients/oltctl/operatorCommands.h"
 
 namespace oltctl {
 
-/// The request's value for what the command line gave. Throws clients::UsageError.
+/// The request's value for what the command line gave. Throws common::UsageError.
 nlohmann::ordered_json argumentValue(const Argument& argument, const std::string& text);
 
 /// The line that asks for a command; `texts` holds what the command line gave for each of its arguments.
-/// Throws clients::UsageError.
+/// Throws common::UsageError.
 std::string requestLine(const OperatorCommand& row, const std::vector<std::optional<std::string>>& texts);
 
-/// The line that asks for any control command with `arguments`, a JSON object. Throws clients::UsageError.
+/// The line that asks for any control command with `arguments`, a JSON object. Throws common::UsageError.
 std::string requestLine(const std::string& command, const std::string& arguments);
 
 }  // namespace oltctl

@@ -7,11 +7,11 @@
 #include <optional>
 #include <thread>
 
-#include "commands.h"
-#include "errors.h"
-#include "number.h"
-#include "output.h"
-#include "table.h"
+#include "clients/onuqosctl/commands.h"
+#include "clients/onuqosctl/output.h"
+#include "common/errors.h"
+#include "common/number.h"
+#include "common/table.h"
 
 namespace onuqosctl {
 namespace {
@@ -19,7 +19,7 @@ namespace {
 constexpr std::uint32_t kUnknownRate = 0xFFFFFFFF;
 /// What the line asks for.
 struct Options {
-    clients::Given ports, capacity, fixedCapacity, watch, count;
+    common::Given ports, capacity, fixedCapacity, watch, count;
 };
 
 /// What a port answered.
@@ -45,7 +45,7 @@ PortState askPort(Session& session, std::uint32_t port) {
 std::vector<std::uint32_t> portsToShow(Session& session, const Options& options) {
     std::vector<std::uint32_t> ports;
     for (const std::string& port : options.ports.texts()) {
-        ports.push_back(clients::parseUnsigned(port, "PORT"));
+        ports.push_back(common::parseUnsigned(port, "PORT"));
     }
     if (!ports.empty()) {
         return ports;
@@ -63,9 +63,9 @@ std::vector<std::uint32_t> portsToShow(Session& session, const Options& options)
 Capacities capacitiesFrom(Session& session, const Options& options) {
     Capacities capacities{};
     if (options.fixedCapacity.present()) {
-        capacities.fixed = clients::parseRate(options.fixedCapacity.text());
+        capacities.fixed = common::parseRate(options.fixedCapacity.text());
     }
-    capacities.total = options.capacity.present() ? clients::parseRate(options.capacity.text())
+    capacities.total = options.capacity.present() ? common::parseRate(options.capacity.text())
                                                   : askPortClass(session, "cac show").capacity;
     return capacities;
 }
@@ -75,7 +75,7 @@ std::string rateText(std::uint32_t rate) {
 }
 
 std::string usedBar(std::uint32_t capacity, std::uint32_t free) {
-    return clients::bar(capacity - std::min(capacity, free), capacity);
+    return common::bar(capacity - std::min(capacity, free), capacity);
 }
 
 Json rateJson(std::uint32_t rate) {
@@ -97,7 +97,7 @@ Json toJson(const PortState& state) {
 }
 
 void printTable(std::ostream& out, const std::vector<PortState>& states, const Capacities& capacities) {
-    using clients::Table;
+    using common::Table;
     constexpr auto kRight = Table::Align::right;
     std::vector<Table::Column> columns = {{"port", kRight},
                                           {"est. fixed", kRight},
@@ -149,13 +149,13 @@ int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Ca
         printTable(session.out, states, capacities);
     }
     session.out.flush();
-    int status = clients::kCarriedOut;
+    int status = common::kCarriedOut;
     for (const PortState& state : states) {
         if (state.result != 0) {
             std::cerr << "onuqosctl: cac show " << state.port << ": "
                       << resultName(Family::tcont, state.result) << " (" << state.result << "): interface "
                       << state.port << " is no PON port the module can tell about\n";
-            status = clients::kRefused;
+            status = common::kRefused;
         }
     }
     return status;
@@ -163,9 +163,9 @@ int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Ca
 
 int show(Session& session, const Options& options) {
     const bool watching = options.watch.present();
-    const double interval = clients::parseSeconds(options.watch.text(), "--watch");
+    const double interval = common::parseSeconds(options.watch.text(), "--watch");
     std::uint32_t left =
-        options.count.present() ? clients::parseUnsigned(options.count.text(), "--count", {.least = 1}) : 0;
+        options.count.present() ? common::parseUnsigned(options.count.text(), "--count", {.least = 1}) : 0;
     const std::vector<std::uint32_t> ports = portsToShow(session, options);
     const Capacities capacities = capacitiesFrom(session, options);
     const bool redraw = watching && !session.json() && ::isatty(STDOUT_FILENO) == 1;
@@ -177,7 +177,7 @@ int show(Session& session, const Options& options) {
         }
         const int status = showOnce(session, ports, capacities, watching);
         const bool last = !watching || (left > 0 && --left == 0);
-        if (last || status != clients::kCarriedOut || !session.out) {
+        if (last || status != common::kCarriedOut || !session.out) {
             return status;
         }
         std::this_thread::sleep_for(std::chrono::duration<double>(interval));
@@ -186,14 +186,14 @@ int show(Session& session, const Options& options) {
 
 }  // namespace
 
-void addCacCommand(const clients::Command& app, Action& action) {
-    const clients::Command command = app.addGroup("cac", "Admission control of the PON ports")
-                                         .add("show", "Shows what is free on PON ports (procedure 201)");
+void addCacCommand(const common::Command& app, Action& action) {
+    const common::Command command = app.addGroup("cac", "Admission control of the PON ports")
+                                        .add("show", "Shows what is free on PON ports (procedure 201)");
     const Options options{
         command.argument("PORT",
                          "Interface indexes of PON ports; without any, those from 1 on up to the first that "
                          "is none",
-                         clients::Command::Count::any),
+                         common::Command::Count::any),
         command.option("--capacity", "RATE", "What the bar is measured against"),
         command.option("--fixed-capacity", "RATE", "Adds a bar of the fixed rate, measured against this"),
         command.optionWithOrWithoutValue("--watch", "[SECONDS]", "Shows it again every SECONDS", "2"),
@@ -213,7 +213,7 @@ void addCacCommand(const clients::Command& app, Action& action) {
         "What a port\n"
         "carries for fixed rates depends on its fibre distances: that bar needs --fixed-capacity.\n"
         "With --watch, JSON is one document a line. Put PORTs before --watch.\n" +
-        std::string(clients::kRateHelp));
+        std::string(common::kRateHelp));
     does(command, action, [options](Session& session) { return show(session, options); });
 }
 

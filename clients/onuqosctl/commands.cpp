@@ -1,6 +1,6 @@
-#include "commands.h"
+#include "clients/onuqosctl/commands.h"
 
-#include "name.h"
+#include "common/name.h"
 
 namespace onuqosctl {
 
@@ -18,13 +18,13 @@ void Session::require(Family family, std::int32_t result, const std::string& req
     throw Refusal{family, result, request, addressed};
 }
 
-void does(const clients::Command& command, Action& action, Action run) {
+void does(const common::Command& command, Action& action, Action run) {
     command.whenNamed([&action, run = std::move(run)] { action = run; });
 }
 
-clients::Given addName(const clients::Command& command, const std::string& placeholder,
-                       const std::string& help) {
-    command.footer(clients::kNameHelp);
+common::Given addName(const common::Command& command, const std::string& placeholder,
+                      const std::string& help) {
+    command.footer(common::kNameHelp);
     return command.argument(placeholder, help);
 }
 

@@ -1,4 +1,4 @@
-#include "connection.h"
+#include "clients/onuqosctl/connection.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string>
 
-#include "errors.h"
+#include "common/errors.h"
 
 namespace onuqosctl {
 namespace {
@@ -73,14 +73,13 @@ LoopbackSocket::LoopbackSocket(bool udp, std::uint16_t port, Clock::time_point d
     const std::string where =
         std::string("127.0.0.1 ") + (udp ? "udp" : "tcp") + " port " + std::to_string(port);
     if (descriptor_ < 0) {
-        throw clients::NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
+        throw common::NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
     }
     const int error = connectTo(descriptor_, loopback(port), deadline);
     if (error != 0) {
         ::close(descriptor_);
-        throw clients::NoAnswer(error == ECONNREFUSED
-                                    ? "nothing listens on " + where
-                                    : "cannot reach " + where + ": " + std::strerror(error));
+        throw common::NoAnswer(error == ECONNREFUSED ? "nothing listens on " + where
+                                                     : "cannot reach " + where + ": " + std::strerror(error));
     }
     ::fcntl(descriptor_, F_SETFL, ::fcntl(descriptor_, F_GETFL) & ~O_NONBLOCK);
 }
@@ -98,8 +97,8 @@ RpcClient::RpcClient(bool udp, std::uint16_t port, rpcprog_t program, rpcvers_t 
         udp ? clnt_dg_create(socket_.descriptor(), &where, program, version, kDatagramBytes, kDatagramBytes)
             : clnt_vc_create(socket_.descriptor(), &where, program, version, 0, 0);
     if (client_ == nullptr) {
-        throw clients::NoAnswer("the RPC library cannot use the connection" +
-                                std::string(clnt_spcreateerror("")));
+        throw common::NoAnswer("the RPC library cannot use the connection" +
+                               std::string(clnt_spcreateerror("")));
     }
 }
 
@@ -132,16 +131,16 @@ std::uint16_t portFromPortmapper(bool udp, rpcprog_t program, rpcvers_t version,
         status = clnt_call(portmapper.get(), PMAPPROC_GETPORT, reinterpret_cast<xdrproc_t>(xdr_pmap),
                            reinterpret_cast<char*>(&wanted), reinterpret_cast<xdrproc_t>(xdr_u_int),
                            reinterpret_cast<char*>(&port), left);
-    } catch (const clients::NoAnswer&) {
+    } catch (const common::NoAnswer&) {
         status = RPC_CANTSEND;
     }
     if (status != RPC_SUCCESS) {
-        throw clients::NoAnswer("no portmapper answers on 127.0.0.1 " + transport + " port 111: " + kRemedy);
+        throw common::NoAnswer("no portmapper answers on 127.0.0.1 " + transport + " port 111: " + kRemedy);
     }
     if (port == 0 || port > 0xFFFF) {
-        throw clients::NoAnswer("program " + std::to_string(program) + " version " + std::to_string(version) +
-                                " is not registered with the portmapper for " + transport +
-                                ": start oltmgrd, or give --port with the port of its ready line");
+        throw common::NoAnswer("program " + std::to_string(program) + " version " + std::to_string(version) +
+                               " is not registered with the portmapper for " + transport +
+                               ": start oltmgrd, or give --port with the port of its ready line");
     }
     return static_cast<std::uint16_t>(port);
 }

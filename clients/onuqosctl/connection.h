@@ -17,7 +17,7 @@ timeval timeLeft(Clock::time_point deadline);
 /// other.
 class LoopbackSocket {
 public:
-    /// Throws clients::NoAnswer when nothing listens there, or nothing accepts before the deadline.
+    /// Throws common::NoAnswer when nothing listens there, or nothing accepts before the deadline.
     LoopbackSocket(bool udp, std::uint16_t port, Clock::time_point deadline);
     ~LoopbackSocket();
     LoopbackSocket(const LoopbackSocket&) = delete;
@@ -32,7 +32,7 @@ private:
 /// An RPC client of one program over a connected socket of its own.
 class RpcClient {
 public:
-    /// Throws clients::NoAnswer.
+    /// Throws common::NoAnswer.
     RpcClient(bool udp, std::uint16_t port, rpcprog_t program, rpcvers_t version, Clock::time_point deadline);
     ~RpcClient();
     RpcClient(const RpcClient&) = delete;
@@ -52,7 +52,7 @@ private:
 };
 
 /// The port at which the portmapper on this host has the program registered for the transport.
-/// Throws clients::NoAnswer when there is no portmapper or no registration.
+/// Throws common::NoAnswer when there is no portmapper or no registration.
 std::uint16_t portFromPortmapper(bool udp, rpcprog_t program, rpcvers_t version, Clock::time_point deadline);
 
 }  // namespace onuqosctl

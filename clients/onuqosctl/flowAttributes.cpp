@@ -1,10 +1,10 @@
-#include "flowAttributes.h"
+#include "clients/onuqosctl/flowAttributes.h"
 
 #include <algorithm>
 #include <iterator>
 #include <limits>
 
-#include "number.h"
+#include "common/number.h"
 
 namespace onuqosctl {
 namespace {
@@ -33,15 +33,15 @@ constexpr FlowAttribute kAttributes[] = {
 FlowAssignment parseValue(const FlowAttribute& attribute, const std::string& text) {
     FlowAssignment assignment{&attribute, false, 0, {}};
     if (attribute.kind == Kind::vlans) {
-        assignment.vlans = clients::parseVlans(text);
+        assignment.vlans = common::parseVlans(text);
     } else if (text == (attribute.kind == Kind::pcp ? "none" : "default")) {
         assignment.toDefault = true;
     } else if (attribute.kind == Kind::rateOrDefault) {
-        assignment.value = clients::parseRate(text);
+        assignment.value = common::parseRate(text);
     } else if (attribute.kind == Kind::pcp) {
         assignment.value = parsePcp(text);
     } else {
-        assignment.value = clients::parseUnsigned(text, attribute.option);
+        assignment.value = common::parseUnsigned(text, attribute.option);
     }
     return assignment;
 }
@@ -62,7 +62,7 @@ const FlowAttribute* actionAttribute(const std::string& word) {
 
 std::uint32_t parsePcp(const std::string& text) {
     constexpr std::uint32_t kLargest = std::numeric_limits<std::int32_t>::max();
-    return clients::parseUnsigned(text, "PCP", {0, kLargest, "0 to 7"});
+    return common::parseUnsigned(text, "PCP", {0, kLargest, "0 to 7"});
 }
 
 std::vector<FlowAssignment> parseFlowAssignments(

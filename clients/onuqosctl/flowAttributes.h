@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "vlanList.h"
+#include "common/vlanList.h"
 
 namespace onuqosctl {
 
@@ -37,15 +37,15 @@ struct FlowAssignment {
     const FlowAttribute* attribute;
     bool toDefault = false;   // an action field returns to its default, the PCP goes away
     std::uint32_t value = 0;  // rate, priority or PCP
-    clients::VlanList vlans;
+    common::VlanList vlans;
 };
 
 /// A PCP of 0 to 7; what lies above travels as well, for the module to refuse, up to what an int holds.
-/// Throws clients::UsageError.
+/// Throws common::UsageError.
 std::uint32_t parsePcp(const std::string& text);
 
 /// Reads values in the order of the command line; `given` names attributes by their place in
-/// flowAttributes(). Throws clients::UsageError.
+/// flowAttributes(). Throws common::UsageError.
 std::vector<FlowAssignment> parseFlowAssignments(
     const std::vector<std::pair<std::size_t, std::string>>& given);
 

@@ -1,29 +1,29 @@
-#include "flowAttributes.h"
-#include "flowProfile.h"
-#include "profileCommands.h"
+#include "clients/onuqosctl/flowAttributes.h"
+#include "clients/onuqosctl/flowProfile.h"
+#include "clients/onuqosctl/profileCommands.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::Command;
-using clients::Given;
+using common::Command;
+using common::Given;
 
 constexpr const char* kVlanHint = "VLAN ids 1 to 4094 can be matched";
 
 /// The smallest and the largest VLAN id are reserved; the module refuses them without saying why.
-bool holdsReservedVlan(const clients::VlanList& vlans) {
-    return !vlans.empty() && (vlans.front() == 0 || vlans.back() == clients::kVlanMax);
+bool holdsReservedVlan(const common::VlanList& vlans) {
+    return !vlans.empty() && (vlans.front() == 0 || vlans.back() == common::kVlanMax);
 }
 
-std::string vlanHint(std::int32_t result, const clients::VlanList& vlans) {
+std::string vlanHint(std::int32_t result, const common::VlanList& vlans) {
     return result == rpcOnuFlowProfileResError && holdsReservedVlan(vlans) ? kVlanHint : "";
 }
 
-std::int32_t setVlans(Session& session, const std::string& name, const clients::VlanList& vlans,
+std::int32_t setVlans(Session& session, const std::string& name, const common::VlanList& vlans,
                       rpcOnuFlowProfileOperation operation) {
     rpcOnuFlowProfileRule rule{};
     rule.cPcp = -1;
-    clients::vlansToBitmap(vlans, rule.cVlan);
+    common::vlansToBitmap(vlans, rule.cVlan);
     rule.ruleType = rpcOnuFlowProfileRuleTypeCVlan;
     rule.operation = operation;
     return resultOf(session.program.tell(rpc_onuflowprofile_rule_set_1, name, rule));
@@ -143,7 +143,7 @@ struct Flow {
             const FlowAttribute& attribute = *assignment.attribute;
             mask |= attribute.bit;
             if (attribute.kind == FlowAttribute::Kind::vlans) {
-                clients::vlansToBitmap(assignment.vlans, record.rule.cVlan);
+                common::vlansToBitmap(assignment.vlans, record.rule.cVlan);
                 reservedVlan = holdsReservedVlan(assignment.vlans);
             } else if (attribute.kind == FlowAttribute::Kind::pcp) {
                 record.rule.cPcp = pcpOf(assignment);
@@ -183,7 +183,7 @@ void addNameAndValueCommand(const Command& family, Action& action, const std::st
     const Given name = addName(command, "NAME", "The profile");
     const Given value = command.argument(placeholder, valueHelp);
     does(command, action, [name, value, run](Session& session) {
-        return run(session, clients::nameFromArgument(name.text()), value.text());
+        return run(session, common::nameFromArgument(name.text()), value.text());
     });
 }
 
@@ -206,7 +206,7 @@ void addVlanCommands(const Command& flow, Action& action) {
         addNameAndValueCommand(vlan, action, verb.word, verb.help, "LIST",
                                "VLAN ids and ranges, for instance 10,100-199",
                                [&verb](Session& session, const std::string& name, const std::string& list) {
-                                   const clients::VlanList vlans = clients::parseVlans(list);
+                                   const common::VlanList vlans = common::parseVlans(list);
                                    const std::int32_t result = setVlans(session, name, vlans, verb.operation);
                                    return printOutcome(session, std::string("vlan ") + verb.word, name,
                                                        result, vlanHint(result, vlans));
@@ -242,8 +242,8 @@ void addResetCommand(const Command& flow, Action& action) {
         [](Session& session, const std::string& name, const std::string& field) {
             const FlowAttribute* attribute = actionAttribute(field);
             if (attribute == nullptr) {
-                throw clients::UsageError(
-                    clients::inQuotes(field) +
+                throw common::UsageError(
+                    common::inQuotes(field) +
                     " is no field of the action: guaranteed, peak, priority-up or priority-down");
             }
             const std::int32_t result = setAction(session, name, {attribute, true, 0, {}});
@@ -262,7 +262,7 @@ void addFlowCommands(const Command& app, Action& action) {
     does(flow.add("defaults", "Shows the action of a new profile (procedure 9)"), action,
          [](Session& session) {
              printDefaults(session, askDefaults(session, "flow defaults"));
-             return clients::kCarriedOut;
+             return common::kCarriedOut;
          });
 }
 

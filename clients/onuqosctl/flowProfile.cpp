@@ -1,15 +1,15 @@
-#include "flowProfile.h"
+#include "clients/onuqosctl/flowProfile.h"
 
 #include <ostream>
 #include <utility>
 
-#include "table.h"
-#include "wireName.h"
+#include "clients/onuqosctl/wireName.h"
+#include "common/table.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::Table;
+using common::Table;
 
 constexpr std::size_t kListedVlanChars = 40;
 
@@ -25,7 +25,7 @@ std::string shownPcp(const FlowProfile& profile) {
 }
 
 std::string shownVlans(const FlowProfile& profile) {
-    return profile.vlans.empty() ? "-" : clients::formatVlans(profile.vlans);
+    return profile.vlans.empty() ? "-" : common::formatVlans(profile.vlans);
 }
 
 std::vector<std::pair<std::string, std::string>> actionLines(const rpcOnuFlowProfileAction& action) {
@@ -42,7 +42,7 @@ FlowProfile flowFromWire(const rpcOnuFlowProfileInfo& record) {
     FlowProfile profile;
     profile.name = nameFromWire(record.name);
     profile.pcp = record.rule.cPcp;
-    profile.vlans = clients::vlansFromBitmap(record.rule.cVlan);
+    profile.vlans = common::vlansFromBitmap(record.rule.cVlan);
     profile.action = record.action;
     return profile;
 }
@@ -52,7 +52,7 @@ std::span<const ActionField> actionFields() {
 }
 
 void printTable(std::ostream& out, const rpcOnuFlowProfileAction& action) {
-    clients::printFields(out, actionLines(action));
+    common::printFields(out, actionLines(action));
 }
 
 void printTable(std::ostream& out, const FlowProfile& profile) {
@@ -62,7 +62,7 @@ void printTable(std::ostream& out, const FlowProfile& profile) {
     for (auto& line : actionLines(profile.action)) {
         lines.push_back(std::move(line));
     }
-    clients::printFields(out, lines);
+    common::printFields(out, lines);
 }
 
 void printTable(std::ostream& out, const std::vector<FlowProfile>& profiles) {

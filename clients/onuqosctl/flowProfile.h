@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "vlanList.h"
+#include "common/vlanList.h"
 
 namespace onuqosctl {
 
@@ -17,7 +17,7 @@ struct FlowProfile {
     std::string name;
     bool nameCut = false;  // the name is longer, these are its first bytes
     int pcp = -1;          // -1 for none
-    clients::VlanList vlans;
+    common::VlanList vlans;
     rpcOnuFlowProfileAction action{};
 };
 

@@ -5,11 +5,11 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "commands.h"
-#include "errors.h"
-#include "number.h"
-#include "output.h"
-#include "table.h"
+#include "clients/onuqosctl/commands.h"
+#include "clients/onuqosctl/output.h"
+#include "common/errors.h"
+#include "common/number.h"
+#include "common/table.h"
 
 namespace onuqosctl {
 namespace {
@@ -48,9 +48,9 @@ int showRanges(Session& session) {
     if (session.json()) {
         printJson(session.out, json);
     } else {
-        clients::printFields(session.out, lines);
+        common::printFields(session.out, lines);
     }
-    return clients::kCarriedOut;
+    return common::kCarriedOut;
 }
 
 int showState(Session& session) {
@@ -62,7 +62,7 @@ int showState(Session& session) {
     } else {
         session.out << "configuration apply in progress: " << (applying ? "yes" : "no") << '\n';
     }
-    return clients::kCarriedOut;
+    return common::kCarriedOut;
 }
 
 std::string milliseconds(double value) {
@@ -71,9 +71,9 @@ std::string milliseconds(double value) {
     return text;
 }
 
-int ping(Session& session, const clients::Given& givenCount, const clients::Given& givenInterval) {
-    const std::uint32_t count = clients::parseUnsigned(givenCount.text(), "--count", {.least = 1});
-    const double interval = clients::parseSeconds(givenInterval.text(), "--interval");
+int ping(Session& session, const common::Given& givenCount, const common::Given& givenInterval) {
+    const std::uint32_t count = common::parseUnsigned(givenCount.text(), "--count", {.least = 1});
+    const double interval = common::parseSeconds(givenInterval.text(), "--interval");
     std::vector<double> times;
     for (std::uint32_t number = 1; number <= count; ++number) {
         try {
@@ -82,7 +82,7 @@ int ping(Session& session, const clients::Given& givenCount, const clients::Give
                 session.out << "answer " << number << ": " << milliseconds(times.back()) << " ms"
                             << std::endl;
             }
-        } catch (const clients::NoAnswer& error) {
+        } catch (const common::NoAnswer& error) {
             if (number == 1) {
                 throw;
             }
@@ -110,13 +110,13 @@ int ping(Session& session, const clients::Given& givenCount, const clients::Give
         session.out << times.size() << " of " << count << " answered; min/mean/max " << milliseconds(*least)
                     << "/" << milliseconds(mean) << "/" << milliseconds(*most) << " ms\n";
     }
-    return times.size() == count ? clients::kCarriedOut : clients::kNoAnswer;
+    return times.size() == count ? common::kCarriedOut : common::kNoAnswer;
 }
 
 }  // namespace
 
-void addModuleCommands(const clients::Command& app, Action& action) {
-    const clients::Command ranges = app.add("ranges", "Shows the rates the module accepts (procedure 202)");
+void addModuleCommands(const common::Command& app, Action& action) {
+    const common::Command ranges = app.add("ranges", "Shows the rates the module accepts (procedure 202)");
     ranges.footer(
         "The least T-CONT rates and the T-CONT granularity are figures of the OLT's class. What a profile "
         "may "
@@ -126,9 +126,9 @@ void addModuleCommands(const clients::Command& app, Action& action) {
     does(app.add("state", "Tells whether a configuration apply is in progress (procedure 200)"), action,
          showState);
 
-    const clients::Command pinging = app.add("ping", "Measures how fast the module answers (procedure 0)");
-    const clients::Given count = pinging.option("--count", "N", "How many times to ask", "4");
-    const clients::Given interval = pinging.option("--interval", "S", "Seconds between two questions", "0.2");
+    const common::Command pinging = app.add("ping", "Measures how fast the module answers (procedure 0)");
+    const common::Given count = pinging.option("--count", "N", "How many times to ask", "4");
+    const common::Given interval = pinging.option("--interval", "S", "Seconds between two questions", "0.2");
     pinging.footer("Ends with status 3 unless every question was answered.");
     does(pinging, action, [count, interval](Session& session) { return ping(session, count, interval); });
 }

@@ -1,18 +1,18 @@
-#include "output.h"
+#include "clients/onuqosctl/output.h"
 
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "errors.h"
-#include "name.h"
-#include "text.h"
+#include "common/errors.h"
+#include "common/name.h"
+#include "common/text.h"
 
 namespace onuqosctl {
 namespace {
 
 template <typename Profile>
 Json nameToJson(const Profile& profile) {
-    Json json = {{"name", clients::nameToJson(profile.name)}};
+    Json json = {{"name", common::nameToJson(profile.name)}};
     if (profile.nameCut) {
         json["nameCut"] = true;
     }
@@ -62,10 +62,10 @@ void printDone(Session& session, Family family, const std::string& text) {
     }
 }
 
-int report(const Refusal& refusal, clients::Format format) {
+int report(const Refusal& refusal, common::Format format) {
     const std::string name = resultName(refusal.family, refusal.result);
     const std::string meaning = resultMeaning(refusal.family, refusal.result);
-    if (format == clients::Format::json) {
+    if (format == common::Format::json) {
         printJson(std::cout, {{"result", refusal.result},
                               {"resultName", name},
                               {"request", refusal.request},
@@ -77,7 +77,7 @@ int report(const Refusal& refusal, clients::Format format) {
     if (!refusal.hint.empty()) {
         std::cerr << "hint: " << refusal.hint << '\n';
     }
-    return clients::kRefused;
+    return common::kRefused;
 }
 
 template <typename Profile>
@@ -121,9 +121,9 @@ template void printProfiles(Session& session, const std::vector<FlowProfile>& pr
 
 void printAttached(Session& session, const std::string& kind, const std::string& name, bool attached) {
     if (session.json()) {
-        printJson(session.out, {{"name", clients::nameToJson(name)}, {"attached", attached}});
+        printJson(session.out, {{"name", common::nameToJson(name)}, {"attached", attached}});
     } else {
-        session.out << kind << " " << clients::printable(name) << " is "
+        session.out << kind << " " << common::printable(name) << " is "
                     << (attached ? "attached: services use it" : "not attached") << '\n';
     }
 }

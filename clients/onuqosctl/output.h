@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "flowProfile.h"
-#include "tcontProfile.h"
+#include "clients/onuqosctl/commands.h"
+#include "clients/onuqosctl/flowProfile.h"
+#include "clients/onuqosctl/tcontProfile.h"
 
 namespace onuqosctl {
 
@@ -20,7 +20,7 @@ void printJson(std::ostream& out, const Json& document);
 void printDone(Session& session, Family family, const std::string& text);
 
 /// Prints a refusal, on standard error and as JSON where that is asked for; gives the exit status.
-int report(const Refusal& refusal, clients::Format format);
+int report(const Refusal& refusal, common::Format format);
 
 // What commands print of profiles, in the format that is asked for. `Profile` is TContProfile or FlowProfile.
 

@@ -7,13 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include "commands.h"
-#include "errors.h"
-#include "name.h"
-#include "number.h"
-#include "output.h"
-#include "profileWalk.h"
-#include "text.h"
+#include "clients/onuqosctl/commands.h"
+#include "clients/onuqosctl/output.h"
+#include "clients/onuqosctl/profileWalk.h"
+#include "common/errors.h"
+#include "common/name.h"
+#include "common/number.h"
+#include "common/text.h"
 
 namespace onuqosctl {
 
@@ -37,7 +37,7 @@ using Assignments = std::vector<typename Of::Assignment>;
 
 template <typename Of>
 std::string requestText(const std::string& verb, const std::string& name) {
-    return std::string(Of::kWord) + " " + verb + " " + clients::printable(name);
+    return std::string(Of::kWord) + " " + verb + " " + common::printable(name);
 }
 
 inline std::string emptyNameHint(const std::string& name) {
@@ -57,13 +57,13 @@ typename Of::Profile fetch(Session& session, const std::string& verb, const std:
 template <typename Of>
 int printChanged(Session& session, const std::string& verb, const std::string& name) {
     printChangedProfile(session, Of::kFamily, fetch<Of>(session, verb, name));
-    return clients::kCarriedOut;
+    return common::kCarriedOut;
 }
 
 template <typename Of>
 std::string walkComplaint(const Session& session, const Walk<typename Of::Profile>& walk) {
     const std::string rename = session.self + " " + Of::kWord + " rename ";
-    const std::string last = walk.profiles.empty() ? "" : clients::printable(walk.profiles.back().name);
+    const std::string last = walk.profiles.empty() ? "" : common::printable(walk.profiles.back().name);
     switch (walk.end) {
         case WalkEnd::complete:
             return "";
@@ -104,11 +104,11 @@ int list(Session& session) {
     Of::complete(session.program, walk.profiles);
     printProfiles(session, walk.profiles, walk.end == WalkEnd::complete);
     if (walk.end == WalkEnd::complete) {
-        return clients::kCarriedOut;
+        return common::kCarriedOut;
     }
     session.out.flush();
     std::cerr << "onuqosctl: " << Of::kWord << " list: " << walkComplaint<Of>(session, walk) << '\n';
-    return clients::kRefused;
+    return common::kRefused;
 }
 
 /// One procedure after the other. The first refusal ends it and tells what was carried out before, with
@@ -156,13 +156,13 @@ int create(Session& session, const std::string& name, Assignments<Of> assignment
 template <typename Of>
 int set(Session& session, const std::string& name, const Assignments<Of>& assignments, bool together) {
     if (assignments.empty()) {
-        throw clients::UsageError(std::string(Of::kWord) + " set: nothing to set (see onuqosctl " +
-                                  Of::kWord + " set --help)");
+        throw common::UsageError(std::string(Of::kWord) + " set: nothing to set (see onuqosctl " + Of::kWord +
+                                 " set --help)");
     }
     if (together) {
         const auto single = std::find_if_not(assignments.begin(), assignments.end(), Of::carriedTogether);
         if (single != assignments.end()) {
-            throw clients::UsageError(
+            throw common::UsageError(
                 std::string(single->attribute->option) +
                 " cannot be set together with others: give it in a command without --together");
         }
@@ -176,52 +176,51 @@ int set(Session& session, const std::string& name, const Assignments<Of>& assign
 
 /// Adds a command with one NAME; `run` gets its bytes.
 template <typename Run>
-void addNameCommand(const clients::Command& family, Action& action, const std::string& word,
+void addNameCommand(const common::Command& family, Action& action, const std::string& word,
                     const std::string& help, Run run) {
-    const clients::Command command = family.add(word, help);
-    const clients::Given name = addName(command, "NAME", "The profile");
+    const common::Command command = family.add(word, help);
+    const common::Given name = addName(command, "NAME", "The profile");
     does(command, action,
-         [name, run](Session& session) { return run(session, clients::nameFromArgument(name.text())); });
+         [name, run](Session& session) { return run(session, common::nameFromArgument(name.text())); });
 }
 
 /// Adds a command with two names, the existing profile first.
 template <typename Run>
-clients::Command addTwoNamesCommand(const clients::Command& family, Action& action, const std::string& word,
-                                    const std::string& help, Run run) {
-    const clients::Command command = family.add(word, help);
-    const clients::Given name = addName(command, "NAME", "The existing profile");
-    const clients::Given newName = addName(command, "NEW-NAME", "The name to give, 1 to 64 bytes");
+common::Command addTwoNamesCommand(const common::Command& family, Action& action, const std::string& word,
+                                   const std::string& help, Run run) {
+    const common::Command command = family.add(word, help);
+    const common::Given name = addName(command, "NAME", "The existing profile");
+    const common::Given newName = addName(command, "NEW-NAME", "The name to give, 1 to 64 bytes");
     does(command, action, [name, newName, run](Session& session) {
-        return run(session, clients::nameFromArgument(name.text()),
-                   clients::nameFromArgument(newName.text()));
+        return run(session, common::nameFromArgument(name.text()), common::nameFromArgument(newName.text()));
     });
     return command;
 }
 
 /// create and set: a NAME, the attributes and one flag.
 template <typename Of, typename Run>
-void addValuesCommand(const clients::Command& family, Action& action, const char* word, const char* help,
+void addValuesCommand(const common::Command& family, Action& action, const char* word, const char* help,
                       const char* flag, const char* flagHelp, const std::string& footer, Run run) {
-    const clients::Command command = family.add(word, help);
-    const clients::Given name = addName(command, "NAME", "The profile");
-    std::vector<clients::Given> values;
+    const common::Command command = family.add(word, help);
+    const common::Given name = addName(command, "NAME", "The profile");
+    std::vector<common::Given> values;
     for (const auto& attribute : Of::attributes()) {
         values.push_back(command.option(attribute.option, attribute.valueName, attribute.help));
     }
-    const clients::Given flagged = command.flag(flag, flagHelp);
-    command.footer(footer + "\n" + Of::kRules + clients::kRateHelp + "\n" + clients::kNameHelp);
+    const common::Given flagged = command.flag(flag, flagHelp);
+    command.footer(footer + "\n" + Of::kRules + common::kRateHelp + "\n" + common::kNameHelp);
     does(command, action, [=](Session& session) {
-        return run(session, clients::nameFromArgument(name.text()), Of::parse(command.inOrder(values)),
+        return run(session, common::nameFromArgument(name.text()), Of::parse(command.inOrder(values)),
                    flagged.present());
     });
 }
 
 template <typename Of>
-void addSharedCommands(const clients::Command& family, Action& action) {
+void addSharedCommands(const common::Command& family, Action& action) {
     const std::string kind = Of::kKind;
     const auto procedure = [](int number) { return " (procedure " + std::to_string(number) + ")"; };
 
-    const clients::Command listing =
+    const common::Command listing =
         family.add("list", "Lists the profiles by name (procedures " + std::to_string(Of::firstNumber) +
                                ", " + std::to_string(Of::nextNumber) + Of::kListHelp + ")");
     listing.footer(
@@ -235,7 +234,7 @@ void addSharedCommands(const clients::Command& family, Action& action) {
     addNameCommand(family, action, "show", "Shows a profile" + procedure(Of::getNumber),
                    [](Session& session, const std::string& name) {
                        printProfile(session, fetch<Of>(session, "show", name));
-                       return clients::kCarriedOut;
+                       return common::kCarriedOut;
                    });
 
     addValuesCommand<Of>(family, action, "create", "Makes a new profile", "--or-set",
@@ -249,8 +248,8 @@ void addSharedCommands(const clients::Command& family, Action& action) {
                        const auto result = resultOf(session.program.tell(Of::remove, name));
                        session.require(Of::kFamily, result, requestText<Of>("delete", name),
                                        emptyNameHint(name));
-                       printDone(session, Of::kFamily, kind + " " + clients::printable(name) + " deleted");
-                       return clients::kCarriedOut;
+                       printDone(session, Of::kFamily, kind + " " + common::printable(name) + " deleted");
+                       return common::kCarriedOut;
                    });
 
     addNameCommand(family, action, "attached",
@@ -261,7 +260,7 @@ void addSharedCommands(const clients::Command& family, Action& action) {
                        const auto& reply = session.program.ask(Of::attached, name);
                        session.require(Of::kFamily, resultOf(reply), requestText<Of>("attached", name));
                        printAttached(session, kind, name, reply.attached != 0);
-                       return clients::kCarriedOut;
+                       return common::kCarriedOut;
                    });
 
     addTwoNamesCommand(
@@ -269,16 +268,16 @@ void addSharedCommands(const clients::Command& family, Action& action) {
         [kind](Session& session, const std::string& name, const std::string& newName) {
             const auto result = resultOf(session.program.tell(Of::rename, name, newName));
             session.require(Of::kFamily, result,
-                            requestText<Of>("rename", name) + " " + clients::printable(newName));
+                            requestText<Of>("rename", name) + " " + common::printable(newName));
             printDone(session, Of::kFamily,
-                      kind + " " + clients::printable(name) + " is now " + clients::printable(newName));
+                      kind + " " + common::printable(name) + " is now " + common::printable(newName));
             if (newName.empty() || newName.size() > kWireNameBytes) {
                 session.out.flush();
                 std::cerr << "onuqosctl: note: no list gets past "
                           << (newName.empty() ? "an empty name" : "a name longer than 64 bytes")
                           << "; rename reaches it\n";
             }
-            return clients::kCarriedOut;
+            return common::kCarriedOut;
         });
 
     addTwoNamesCommand(
@@ -286,13 +285,13 @@ void addSharedCommands(const clients::Command& family, Action& action) {
         [kind](Session& session, const std::string& name, const std::string& newName) {
             const auto result = resultOf(session.program.tell(Of::copy, name, newName));
             session.require(Of::kFamily, result,
-                            requestText<Of>("copy", name) + " " + clients::printable(newName),
+                            requestText<Of>("copy", name) + " " + common::printable(newName),
                             newName.empty() ? "a new name must not be empty" : "");
             printDone(session, Of::kFamily,
-                      kind + " " + clients::printable(name) + " copied to " + clients::printable(newName));
-            return clients::kCarriedOut;
+                      kind + " " + common::printable(name) + " copied to " + common::printable(newName));
+            return common::kCarriedOut;
         })
-        .footer(std::string(Of::kCopyHelp) + "\n" + clients::kNameHelp);
+        .footer(std::string(Of::kCopyHelp) + "\n" + common::kNameHelp);
 }
 
 }  // namespace onuqosctl

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "results.h"
+#include "clients/onuqosctl/results.h"
 
 namespace onuqosctl {
 

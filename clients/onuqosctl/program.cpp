@@ -1,9 +1,9 @@
-#include "program.h"
+#include "clients/onuqosctl/program.h"
 
 #include <cerrno>
 
-#include "connection.h"
-#include "errors.h"
+#include "clients/onuqosctl/connection.h"
+#include "common/errors.h"
 
 namespace onuqosctl {
 namespace {
@@ -53,9 +53,8 @@ CLIENT* Program::prepare(Repeat repeat) {
         try {
             connection_ =
                 std::make_unique<RpcClient>(endpoint_.udp, port, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
-        } catch (const clients::NoAnswer& error) {
-            throw clients::NoAnswer(std::string(error.what()) +
-                                    ": is oltmgrd running, and is this its port?");
+        } catch (const common::NoAnswer& error) {
+            throw common::NoAnswer(std::string(error.what()) + ": is oltmgrd running, and is this its port?");
         }
     }
     const timeval total = timeLeft(deadline);
@@ -74,30 +73,29 @@ void Program::fail(Repeat repeat) {
         repeat == Repeat::no ? "; the request may have been carried out all the same" : "";
     switch (error.re_status) {
         case RPC_TIMEDOUT:
-            throw clients::NoAnswer("no answer from " + where + " within " +
-                                    seconds(endpoint_.timeoutSeconds) + doubt +
-                                    "; is oltmgrd running, and is this its port?");
+            throw common::NoAnswer("no answer from " + where + " within " +
+                                   seconds(endpoint_.timeoutSeconds) + doubt +
+                                   "; is oltmgrd running, and is this its port?");
         case RPC_CANTENCODEARGS:
         case RPC_CANTDECODEARGS:
-            throw clients::UsageError(
+            throw common::UsageError(
                 "the request is larger than the protocol carries: over UDP about 8700 bytes in all; a name "
                 "over TCP 9000 bytes, in rename and copy about 65000");
         case RPC_PROGUNAVAIL:
         case RPC_PROGVERSMISMATCH:
         case RPC_PROCUNAVAIL:
-            throw clients::NoAnswer("what listens on " + where + " does not serve this request (" +
-                                    clnt_sperrno(error.re_status) +
-                                    "): is this the port of oltmgrd's ready line?");
+            throw common::NoAnswer("what listens on " + where + " does not serve this request (" +
+                                   clnt_sperrno(error.re_status) +
+                                   "): is this the port of oltmgrd's ready line?");
         default:
             break;
     }
     if ((error.re_status == RPC_CANTSEND || error.re_status == RPC_CANTRECV) &&
         error.re_errno == ECONNREFUSED) {
-        throw clients::NoAnswer("nothing listens on " + where +
-                                ": is oltmgrd running, and is this its port?");
+        throw common::NoAnswer("nothing listens on " + where + ": is oltmgrd running, and is this its port?");
     }
-    throw clients::NoAnswer("no answer from " + where + " (" + clnt_sperrno(error.re_status) + ")" + doubt +
-                            "; is oltmgrd running, and is this its port?");
+    throw common::NoAnswer("no answer from " + where + " (" + clnt_sperrno(error.re_status) + ")" + doubt +
+                           "; is oltmgrd running, and is this its port?");
 }
 
 std::chrono::duration<double, std::milli> Program::ping() {

@@ -50,20 +50,20 @@ public:
     Program& operator=(const Program&) = delete;
 
     /// Calls a procedure that only reads. Over UDP it is asked again each second until the deadline.
-    /// Throws clients::NoAnswer.
+    /// Throws common::NoAnswer.
     template <typename Stub, typename... Arguments>
     auto& ask(Stub stub, const Arguments&... arguments) {
         return call(Repeat::yes, stub, arguments...);
     }
 
     /// Calls a procedure that changes something: the request is sent once, so that it is carried out once.
-    /// Throws clients::NoAnswer.
+    /// Throws common::NoAnswer.
     template <typename Stub, typename... Arguments>
     auto& tell(Stub stub, const Arguments&... arguments) {
         return call(Repeat::no, stub, arguments...);
     }
 
-    /// Calls the null procedure; gives the time the answer took. Throws clients::NoAnswer.
+    /// Calls the null procedure; gives the time the answer took. Throws common::NoAnswer.
     std::chrono::duration<double, std::milli> ping();
 
 private:

@@ -1,4 +1,4 @@
-#include "results.h"
+#include "clients/onuqosctl/results.h"
 
 #include <onuqos.h>
 

@@ -1,9 +1,9 @@
-#include "tcontAttributes.h"
+#include "clients/onuqosctl/tcontAttributes.h"
 
 #include <bit>
 
-#include "errors.h"
-#include "number.h"
+#include "common/errors.h"
+#include "common/number.h"
 
 namespace onuqosctl {
 namespace {
@@ -54,12 +54,12 @@ std::uint32_t parseValue(const TContAttribute& attribute, const std::string& tex
         return *attribute.standsForDefault;
     }
     if (!attribute.isRate()) {
-        return clients::parseUnsigned(text, attribute.option);
+        return common::parseUnsigned(text, attribute.option);
     }
-    const std::uint32_t rate = clients::parseRate(text);
+    const std::uint32_t rate = common::parseRate(text);
     if (rate == kDefaultRate) {
-        throw clients::UsageError(std::string(attribute.option) + ": " + text +
-                                  " is no rate; default stands for the type's default");
+        throw common::UsageError(std::string(attribute.option) + ": " + text +
+                                 " is no rate; default stands for the type's default");
     }
     return rate;
 }

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tcontRules.h"
+#include "clients/onuqosctl/tcontRules.h"
 
 namespace onuqosctl {
 
@@ -43,7 +43,7 @@ struct TContAssignment {
 };
 
 /// Reads values in the order of the command line; `given` names attributes by their place in
-/// tcontAttributes(). Throws clients::UsageError.
+/// tcontAttributes(). Throws common::UsageError.
 std::vector<TContAssignment> parseTContAssignments(
     const std::vector<std::pair<std::size_t, std::string>>& given);
 

@@ -1,15 +1,15 @@
 #include <bit>
 
-#include "profileCommands.h"
-#include "tcontAttributes.h"
-#include "tcontProfile.h"
-#include "tcontRules.h"
+#include "clients/onuqosctl/profileCommands.h"
+#include "clients/onuqosctl/tcontAttributes.h"
+#include "clients/onuqosctl/tcontProfile.h"
+#include "clients/onuqosctl/tcontRules.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::Command;
-using clients::Given;
+using common::Command;
+using common::Given;
 using Values = std::vector<TContAssignment>;
 
 constexpr std::uint32_t kDefaultType = 5;
@@ -75,7 +75,7 @@ std::string domainFault(const Values& assignments) {
 /// profile is looked at anew; one that the request made is gone again unless a service profile names it.
 std::string singleStepsHint(Session& session, const std::string& name, const Wanted& wanted,
                             const TContRates& rates, const Values& afterwards) {
-    const std::string word = clients::argumentForName(name);
+    const std::string word = common::argumentForName(name);
     const auto& reply = session.program.ask(rpc_tcontprofile_get_1, name);
     TContRates from = typeDefaults(wanted.type);
     std::string commands = "onuqosctl tcont set " + word;
@@ -271,12 +271,12 @@ int showDefaults(Session& session, const Given& givenType) {
         printDefaults(session, tcontFromWire(reply.info, true), "(a new profile)");
     } else {
         const std::string type = givenType.text();
-        const auto number = std::bit_cast<rpcTContProfileType>(clients::parseUnsigned(type, "--type"));
+        const auto number = std::bit_cast<rpcTContProfileType>(common::parseUnsigned(type, "--type"));
         const auto& reply = session.program.ask(rpc_tcontprofile_default_type_get_1, number);
         session.require(Family::tcont, resultOf(reply), "tcont defaults --type " + type);
         printDefaults(session, tcontFromWire(reply.info, false), "(rates of type " + type + ")");
     }
-    return clients::kCarriedOut;
+    return common::kCarriedOut;
 }
 
 }  // namespace

@@ -1,15 +1,15 @@
-#include "tcontProfile.h"
+#include "clients/onuqosctl/tcontProfile.h"
 
 #include <ostream>
 
-#include "program.h"
-#include "table.h"
-#include "wireName.h"
+#include "clients/onuqosctl/program.h"
+#include "clients/onuqosctl/wireName.h"
+#include "common/table.h"
 
 namespace onuqosctl {
 namespace {
 
-using clients::Table;
+using common::Table;
 
 struct DbaTexts {
     std::string allocType = "-", weight = "-", priority = "-";
@@ -39,15 +39,15 @@ TContProfile tcontFromWire(const rpcTContProfileInfo& record, bool dbaTold) {
 
 void printTable(std::ostream& out, const TContProfile& profile) {
     const DbaTexts dba = textsOf(profile.dba);
-    clients::printFields(out, {{"name", shownName(profile)},
-                               {"T-CONT id", std::to_string(profile.id)},
-                               {"T-CONT type", std::to_string(profile.type)},
-                               {"fixed rate (kbit/s)", std::to_string(profile.rates.fixed)},
-                               {"assured rate (kbit/s)", std::to_string(profile.rates.assured)},
-                               {"maximum rate (kbit/s)", std::to_string(profile.rates.maximum)},
-                               {"DBA allocation type", dba.allocType},
-                               {"SR-DBA weight", dba.weight},
-                               {"SR-DBA priority", dba.priority}});
+    common::printFields(out, {{"name", shownName(profile)},
+                              {"T-CONT id", std::to_string(profile.id)},
+                              {"T-CONT type", std::to_string(profile.type)},
+                              {"fixed rate (kbit/s)", std::to_string(profile.rates.fixed)},
+                              {"assured rate (kbit/s)", std::to_string(profile.rates.assured)},
+                              {"maximum rate (kbit/s)", std::to_string(profile.rates.maximum)},
+                              {"DBA allocation type", dba.allocType},
+                              {"SR-DBA weight", dba.weight},
+                              {"SR-DBA priority", dba.priority}});
 }
 
 void printTable(std::ostream& out, const std::vector<TContProfile>& profiles) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tcontRules.h"
+#include "clients/onuqosctl/tcontRules.h"
 
 namespace onuqosctl {
 

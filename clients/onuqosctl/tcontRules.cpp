@@ -1,4 +1,4 @@
-#include "tcontRules.h"
+#include "clients/onuqosctl/tcontRules.h"
 
 #include <algorithm>
 #include <deque>

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "text.h"
+#include "common/text.h"
 
 namespace onuqosctl {
 
@@ -18,7 +18,7 @@ std::string nameFromWire(const char (&field)[bytes]) {
 /// The name of a profile as tables show it.
 template <typename Profile>
 std::string shownName(const Profile& profile) {
-    return clients::printable(profile.name) + (profile.nameCut ? "..." : "");
+    return common::printable(profile.name) + (profile.nameCut ? "..." : "");
 }
 
 }  // namespace onuqosctl

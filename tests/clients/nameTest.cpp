@@ -1,11 +1,11 @@
-#include "name.h"
+#include "common/name.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "text.h"
+#include "common/text.h"
 
 namespace {
 
@@ -14,19 +14,19 @@ using namespace std::string_literals;
 TEST(Base64, GivesEveryByteBack) {
     std::string bytes;
     for (int length = 0; length < 300; ++length) {
-        const std::string text = clients::base64Encode(bytes);
+        const std::string text = common::base64Encode(bytes);
         EXPECT_EQ(text.size(), (bytes.size() + 2) / 3 * 4);
-        EXPECT_EQ(clients::base64Decode(text), bytes);
+        EXPECT_EQ(common::base64Decode(text), bytes);
         bytes += static_cast<char>(length * 7);
     }
-    EXPECT_EQ(clients::base64Encode("onu"), "b251");
-    EXPECT_EQ(clients::base64Encode("on"), "b24=");
-    EXPECT_EQ(clients::base64Encode("o"), "bw==");
+    EXPECT_EQ(common::base64Encode("onu"), "b251");
+    EXPECT_EQ(common::base64Encode("on"), "b24=");
+    EXPECT_EQ(common::base64Encode("o"), "bw==");
 }
 
 TEST(Base64, RefusesWhatIsNone) {
     for (const char* text : {"b", "b2", "b25", "b===", "====", "=b24", "b2=4", "bw==b24=", "b2\n4", "b-_4"}) {
-        EXPECT_EQ(clients::base64Decode(text), std::nullopt) << text;
+        EXPECT_EQ(common::base64Decode(text), std::nullopt) << text;
     }
 }
 
@@ -63,16 +63,16 @@ TEST(Text, IsToldShownAndCarried) {
     };
     for (const TextCase& text : kCases) {
         SCOPED_TRACE(text.name);
-        EXPECT_EQ(clients::isUtf8(text.bytes), text.utf8);
-        EXPECT_EQ(clients::displayWidth(text.bytes), text.width);
-        EXPECT_EQ(clients::printable(text.bytes), text.shown);
+        EXPECT_EQ(common::isUtf8(text.bytes), text.utf8);
+        EXPECT_EQ(common::displayWidth(text.bytes), text.width);
+        EXPECT_EQ(common::printable(text.bytes), text.shown);
 
-        const auto json = clients::nameToJson(text.bytes);
+        const auto json = common::nameToJson(text.bytes);
         EXPECT_EQ(json.is_string(), text.utf8);
-        EXPECT_EQ(clients::nameFromJson(nlohmann::ordered_json::parse(json.dump())), text.bytes);
+        EXPECT_EQ(common::nameFromJson(nlohmann::ordered_json::parse(json.dump())), text.bytes);
         if (text.bytes.find('\0') == std::string::npos) {
-            const std::string argument = clients::argumentForName(text.bytes);
-            EXPECT_EQ(clients::nameFromArgument(argument == "''" ? "" : argument), text.bytes);
+            const std::string argument = common::argumentForName(text.bytes);
+            EXPECT_EQ(common::nameFromArgument(argument == "''" ? "" : argument), text.bytes);
         }
     }
 }
@@ -80,7 +80,7 @@ TEST(Text, IsToldShownAndCarried) {
 TEST(NameJson, IsAStringOrABase64ObjectOnly) {
     for (const char* text : {"1", "null", "{}", "[]", R"({"base64": 1})", R"({"base64": "?"})",
                              R"({"base64": "YQ==", "more": 1})"}) {
-        EXPECT_EQ(clients::nameFromJson(nlohmann::ordered_json::parse(text)), std::nullopt) << text;
+        EXPECT_EQ(common::nameFromJson(nlohmann::ordered_json::parse(text)), std::nullopt) << text;
     }
 }
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "answer.h"
-#include "errors.h"
-#include "request.h"
+#include "clients/oltctl/answer.h"
+#include "clients/oltctl/request.h"
+#include "common/errors.h"
 
 namespace {
 
@@ -26,13 +26,13 @@ TEST(ArgumentValue, FollowsTheKind) {
     EXPECT_EQ(value(Argument::Kind::text, "base64:/w=="), Json({{"base64", "/w=="}}));
     EXPECT_EQ(value(Argument::Kind::path, "a/b"), Json(std::filesystem::current_path() / "a/b"));
     EXPECT_EQ(value(Argument::Kind::path, "/\xff"), Json({{"base64", "L/8="}}));
-    EXPECT_THROW(value(Argument::Kind::path, ""), clients::UsageError);
+    EXPECT_THROW(value(Argument::Kind::path, ""), common::UsageError);
     EXPECT_EQ(value(Argument::Kind::yesNo, "yes"), Json(true));
     EXPECT_EQ(value(Argument::Kind::yesNo, "no"), Json(false));
     EXPECT_EQ(value(Argument::Kind::flag, "true"), Json(true));
-    EXPECT_THROW(value(Argument::Kind::number, "none"), clients::UsageError);
-    EXPECT_THROW(value(Argument::Kind::number, "1.5"), clients::UsageError);
-    EXPECT_THROW(value(Argument::Kind::yesNo, "maybe"), clients::UsageError);
+    EXPECT_THROW(value(Argument::Kind::number, "none"), common::UsageError);
+    EXPECT_THROW(value(Argument::Kind::number, "1.5"), common::UsageError);
+    EXPECT_THROW(value(Argument::Kind::yesNo, "maybe"), common::UsageError);
 }
 
 TEST(Refusal, IsToldByTheServerOrTheModule) {

@@ -1,4 +1,4 @@
-#include "profileWalk.h"
+#include "clients/onuqosctl/profileWalk.h"
 
 #include <gtest/gtest.h>
 

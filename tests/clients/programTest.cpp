@@ -1,4 +1,4 @@
-#include "program.h"
+#include "clients/onuqosctl/program.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <csignal>
 #include <thread>
 
-#include "errors.h"
+#include "common/errors.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST(Program, ConnectsAnewAfterALostConnection) {
         ::close(peer);
     });
     onuqosctl::Program program({.port = ntohs(address.sin_port), .timeoutSeconds = 10});
-    EXPECT_THROW(program.ping(), clients::NoAnswer);
+    EXPECT_THROW(program.ping(), common::NoAnswer);
     EXPECT_NO_THROW(program.ping());
     server.join();
     ::close(listener);

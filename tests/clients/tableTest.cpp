@@ -1,4 +1,4 @@
-#include "table.h"
+#include "common/table.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using clients::Table;
+using common::Table;
 
 TEST(Table, AlignsByWhatATerminalShows) {
     Table table({{"name"}, {"rate (kbit/s)", Table::Align::right}, {"note"}});
@@ -38,7 +38,7 @@ TEST(Bar, ShowsAnyUseAndIsFullOnlyWhenNothingIsLeft) {
         {4294967294, 4294967295, "[###################-] 99.9%"},
     };
     for (const BarCase& barCase : kCases) {
-        EXPECT_EQ(clients::bar(barCase.used, barCase.capacity), barCase.text);
+        EXPECT_EQ(common::bar(barCase.used, barCase.capacity), barCase.text);
     }
 }
 

@@ -1,15 +1,15 @@
-#include "vlanList.h"
+#include "common/vlanList.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <string>
 
-#include "errors.h"
+#include "common/errors.h"
 
 namespace {
 
-using clients::VlanList;
+using common::VlanList;
 
 struct VlanCase {
     const char* text;
@@ -30,28 +30,28 @@ TEST(VlanList, ReadsIdsAndRangesAndShowsThemShort) {
         {"4094-4095", {4094, 4095}, "4094-4095"},
     };
     for (const VlanCase& vlanCase : kCases) {
-        EXPECT_EQ(clients::parseVlans(vlanCase.text), vlanCase.vlans) << vlanCase.text;
-        EXPECT_EQ(clients::formatVlans(vlanCase.vlans), vlanCase.shown);
+        EXPECT_EQ(common::parseVlans(vlanCase.text), vlanCase.vlans) << vlanCase.text;
+        EXPECT_EQ(common::formatVlans(vlanCase.vlans), vlanCase.shown);
     }
-    EXPECT_EQ(clients::formatVlans(clients::parseVlans("0-4095")), "0-4095");
-    EXPECT_EQ(clients::formatVlans({7, 5, 10, 11, 10}), "7,5,10-11,10") << "the order as it stands";
+    EXPECT_EQ(common::formatVlans(common::parseVlans("0-4095")), "0-4095");
+    EXPECT_EQ(common::formatVlans({7, 5, 10, 11, 10}), "7,5,10-11,10") << "the order as it stands";
 }
 
 TEST(VlanList, RefusesWhatIsNoList) {
     for (const char* text : {",", "1,", ",1", "1,,2", "4096", "1-4096", "5-1", "-", "1-", "-1", "1-2-3", "a",
                              "1 2", "99999999999"}) {
-        EXPECT_THROW(clients::parseVlans(text), clients::UsageError) << text;
+        EXPECT_THROW(common::parseVlans(text), common::UsageError) << text;
     }
 }
 
 TEST(VlanBitmap, PutsTheFirstVlanOfAByteInItsHighestBit) {
-    std::array<char, clients::kVlanBitmapBytes> bitmap;
+    std::array<char, common::kVlanBitmapBytes> bitmap;
     bitmap.fill('\x55');
-    clients::vlansToBitmap({0, 9, 4095}, bitmap);
+    common::vlansToBitmap({0, 9, 4095}, bitmap);
     EXPECT_EQ(bitmap.front(), '\x80');
     EXPECT_EQ(bitmap[1], '\x40');
     EXPECT_EQ(bitmap.back(), '\x01');
-    EXPECT_EQ(clients::vlansFromBitmap(bitmap), (VlanList{0, 9, 4095}));
+    EXPECT_EQ(common::vlansFromBitmap(bitmap), (VlanList{0, 9, 4095}));
 }
 
 }  // namespace

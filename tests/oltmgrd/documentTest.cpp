@@ -2,10 +2,10 @@
 
 #include <functional>
 
-#include "configurationDocument.h"
-#include "errors.h"
-#include "inventory.h"
-#include "jsonText.h"
+#include "oltmgrd/configuration/document.h"
+#include "oltmgrd/files/errors.h"
+#include "oltmgrd/files/jsonText.h"
+#include "oltmgrd/platform/standin/inventory.h"
 
 namespace oltmgrd {
 namespace {

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "../module/moduleTest.h"
-#include "configurationSnapshot.h"
 #include "entity/onuQosClassInterface.h"
-#include "restore.h"
-#include "serviceSide.h"
+#include "oltmgrd/configuration/restore.h"
+#include "oltmgrd/configuration/snapshot.h"
+#include "oltmgrd/services/serviceSide.h"
 
 /// The module with the platform's service side, which can be saved, emptied and restored.
 class RestoreTest : public ModuleTest {

@@ -1,4 +1,4 @@
-#include "serviceSide.h"
+#include "oltmgrd/services/serviceSide.h"
 
 #include <gmock/gmock.h>
 

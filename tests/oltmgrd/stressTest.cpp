@@ -3,7 +3,7 @@
 #include <random>
 #include <thread>
 
-#include "configurationStore.h"
+#include "oltmgrd/configuration/store.h"
 #include "restoreTest.h"
 #include "scratch.h"
 #include "standin/operations.h"

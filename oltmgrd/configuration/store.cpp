@@ -1,0 +1,77 @@
+#include "oltmgrd/configuration/store.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "oltmgrd/configuration/snapshot.h"
+#include "oltmgrd/files/errors.h"
+#include "oltmgrd/files/files.h"
+#include "standin/manager.h"
+
+namespace oltmgrd {
+namespace {
+
+bool isSameFile(const std::string& one, const std::string& other) {
+    std::error_code error;
+    return one == other || std::filesystem::equivalent(one, other, error);
+}
+
+}  // namespace
+
+ConfigurationStore::ConfigurationStore(const onuQosClassInterface& module, ServiceSide& services,
+                                       std::string file)
+    : module_(module), services_(services), file_(std::move(file)) {}
+
+bool ConfigurationStore::applyStart() {
+    return standin::manager::raiseConfigurationApplyStart();
+}
+
+bool ConfigurationStore::applyStop() {
+    return standin::manager::raiseConfigurationApplyStop();
+}
+
+bool ConfigurationStore::isApplying() const {
+    bool applying = false;
+    call<&onuQosClassInterface::tContProfileConsApplyStateGet>(module_, &applying);
+    return applying;
+}
+
+void ConfigurationStore::restore(const ConfigurationDocument& document) {
+    applyStart();
+    report_ = restoreConfiguration(module_, document, services_);
+    applyStop();
+    fileHoldsMore_ = !report_->lost.empty();
+}
+
+ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool force) {
+    const std::string& target = file.empty() ? file_ : file;
+    if (target.empty()) {
+        throw SaveError("no file: oltmgrd runs without --config, so the request must name one");
+    }
+    const std::lock_guard guard(saving_);
+    if (isApplying() && !force) {
+        throw SaveError(target + ": a configuration apply is in progress; end it, or force the save");
+    }
+    const bool isOwnFile = !file_.empty() && isSameFile(target, file_);
+    if (isOwnFile && fileHoldsMore_ && !force) {
+        throw SaveError(target + ": restoring it lost " + std::to_string(report_->lost.size()) +
+                        " entries, which saving would remove from it; save to another file, or force it");
+    }
+    ConfigurationState state;
+    if (!captureConfiguration(module_, services_, state)) {
+        throw SaveError(target + ": nothing is saved: the lock was not obtained");
+    }
+    const ConfigurationDocument document = documentOf(state);
+    try {
+        replaceFile(target, configurationText(document));
+    } catch (const FileError& error) {
+        throw SaveError(error.what());
+    }
+    if (isOwnFile) {
+        fileHoldsMore_ = false;
+    }
+    return {.profiles = document.tcontProfiles.size() + document.flowProfiles.size(),
+            .bindings = document.bindings.size()};
+}
+
+}  // namespace oltmgrd

@@ -1,0 +1,80 @@
+#include <unistd.h>
+
+#include <csignal>
+
+#include "common/name.h"
+#include "oltmgrd/control/handlers.h"
+#include "oltmgrd/process/options.h"
+#include "standin/log.h"
+#include "standin/manager.h"
+
+namespace oltmgrd {
+namespace {
+
+// Entries of a restore report that a status shows; the operator was told all of them at the start.
+constexpr std::size_t kReportedMax = 100;
+
+Json firstOf(const std::vector<std::string>& texts) {
+    return std::vector<std::string>(
+        texts.begin(), texts.begin() + static_cast<std::ptrdiff_t>(std::min(texts.size(), kReportedMax)));
+}
+
+Json toJson(const RestoreReport& report) {
+    return {{"profiles", report.profiles},
+            {"serviceProfiles", report.serviceProfiles},
+            {"bindings", report.bindings},
+            {"milliseconds", std::chrono::duration_cast<std::chrono::milliseconds>(report.duration).count()},
+            {"lostCount", report.lost.size()},
+            {"lost", firstOf(report.lost)},
+            {"differences", firstOf(report.differences)}};
+}
+
+}  // namespace
+
+Answer status(CommandContext& context, const Arguments&) {
+    Json entities = Json::array();
+    for (const standin::Entity& entity : standin::manager::entities()) {
+        entities.push_back({{"name", common::nameToJson(entity.name)}, {"state", name(entity.state)}});
+    }
+    const auto uptime = std::chrono::steady_clock::now() - context.start;
+    const RpcPorts ports = context.rpc->ports();
+    Answer answer{.text = {},
+                  .arguments = {{"entities", std::move(entities)},
+                                {"pid", ::getpid()},
+                                {"uptime", std::chrono::duration_cast<std::chrono::seconds>(uptime).count()},
+                                {"rpcUdpPort", ports.udp},
+                                {"rpcTcpPort", ports.tcp},
+                                {"portmapper", context.rpc->isPortmapperThere()},
+                                {"configApply",
+                                 context.configuration != nullptr && context.configuration->isApplying()}}};
+    if (context.configuration != nullptr && context.configuration->restoreReport()) {
+        answer.arguments["restore"] = toJson(*context.configuration->restoreReport());
+    }
+    return answer;
+}
+
+Answer logLevel(CommandContext&, const Arguments& arguments) {
+    const std::uint32_t level = arguments.number("level");
+    if (level > std::uint32_t{kLogLevelMax}) {
+        throw CommandError("level: must be from 0 to " + std::to_string(kLogLevelMax));
+    }
+    standin::log::setLevel(static_cast<int>(level));
+    return {};
+}
+
+/// The signal is taken by the main thread, like those of an operator.
+Answer shutdownProcess(CommandContext&, const Arguments&) {
+    ::kill(::getpid(), SIGTERM);
+    return {.text = "stopping"};
+}
+
+Answer sendMessage(CommandContext&, const Arguments& arguments) {
+    const auto reply =
+        standin::manager::sendExternalMessage(arguments.name("name"), arguments.name("argument"), "oltmgrd");
+    if (!reply) {
+        throw CommandError("a handler vetoed the message");
+    }
+    return {.text = {}, .arguments = {{"reply", common::nameToJson(*reply)}}};
+}
+
+}  // namespace oltmgrd

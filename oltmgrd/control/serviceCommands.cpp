@@ -1,0 +1,96 @@
+#include "common/name.h"
+#include "oltmgrd/control/handlers.h"
+#include "oltmgrd/files/memory.h"
+#include "oltmgrd/module/results.h"
+
+namespace oltmgrd {
+namespace {
+
+ServiceSide& servicesOf(CommandContext& context) {
+    if (context.services == nullptr) {
+        throw CommandError("not available: no loaded module binds services");
+    }
+    return *context.services;
+}
+
+ConfigurationStore& configurationOf(CommandContext& context) {
+    if (context.configuration == nullptr) {
+        throw CommandError("not available: no loaded module has a configuration");
+    }
+    return *context.configuration;
+}
+
+Answer answerOf(Result result) {
+    return {.text = {}, .arguments = {{"res", static_cast<int>(result)}, {"resName", resultName(result)}}};
+}
+
+Answer answerOfEvent(bool raised) {
+    if (!raised) {
+        throw CommandError("a handler vetoed it");
+    }
+    return {};
+}
+
+}  // namespace
+
+Answer serviceApply(CommandContext& context, const Arguments& arguments) {
+    return answerOf(servicesOf(context).apply(
+        {.interface = arguments.number("interface"),
+         .service = arguments.name("service"),
+         .flowProfile = arguments.name("flowProfile"),
+         .tcontProfile = arguments.name("tcontProfile"),
+         .virtualPort = arguments.number("virtualPort"),
+         .termPoint = {.type = arguments.integer("termPointType"),
+                       .id = static_cast<std::int16_t>(arguments.integer("termPointId"))}}));
+}
+
+Answer serviceRemove(CommandContext& context, const Arguments& arguments) {
+    return answerOf(servicesOf(context).remove(arguments.number("interface"), arguments.name("service")));
+}
+
+Answer serviceList(CommandContext& context, const Arguments&) {
+    Json services = Json::array();
+    for (const AppliedService& service : servicesOf(context).list()) {
+        services.push_back({{"interface", service.interface},
+                            {"service", common::nameToJson(service.service)},
+                            {"flowProfile", common::nameToJson(service.flowProfile)},
+                            {"tcontProfile", common::nameToJson(service.tcontProfile)},
+                            {"virtualPort", service.virtualPort},
+                            {"termPointType", service.termPoint.type},
+                            {"termPointId", service.termPoint.id}});
+    }
+    return {.text = {}, .arguments = {{"services", std::move(services)}}};
+}
+
+Answer flowServiceGet(CommandContext& context, const Arguments& arguments) {
+    std::string service;
+    Answer answer = answerOf(
+        servicesOf(context).flowService(arguments.number("interface"), arguments.number("flowId"), service));
+    answer.arguments["service"] = common::nameToJson(service);
+    return answer;
+}
+
+Answer defaultSettings(CommandContext& context, const Arguments&) {
+    const std::vector<std::string> failed = servicesOf(context).defaultSettings();
+    Answer answer{.text = {}, .arguments = {{"ok", failed.empty()}}};
+    for (const std::string& entity : failed) {
+        answer.text += (answer.text.empty() ? "failed; the log says why: " : ", ") + entity;
+    }
+    return answer;
+}
+
+Answer configApplyStart(CommandContext& context, const Arguments&) {
+    return answerOfEvent(configurationOf(context).applyStart());
+}
+
+Answer configApplyStop(CommandContext& context, const Arguments&) {
+    return answerOfEvent(configurationOf(context).applyStop());
+}
+
+Answer configSave(CommandContext& context, const Arguments& arguments) {
+    const auto saved = configurationOf(context).save(arguments.name("file"), arguments.boolean("force"));
+    returnFreeMemory();
+    return {.text = {}, .arguments = {{"profiles", saved.profiles}, {"bindings", saved.bindings}}};
+}
+
+}  // namespace oltmgrd

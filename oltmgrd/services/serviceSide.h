@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "oltmgrd/configuration/document.h"
+#include "oltmgrd/module/module.h"
+#include "oltmgrd/module/results.h"
+
+namespace oltmgrd {
+
+/// An applied service, as the platform's service-profile side remembers it. The names are those at the time
+/// of binding; the serials tell which profiles those were, also after they were renamed.
+struct AppliedService {
+    std::uint32_t interface = 0;
+    std::string service;
+    std::string flowProfile;
+    std::string tcontProfile;
+    std::uint32_t virtualPort = 0;
+    TermPoint termPoint{};
+    std::uint64_t flowSerial = 0;   ///< of the hardware layer; 0 when it is not known
+    std::uint64_t tcontSerial = 0;  ///< likewise
+    TContShape shape{};             ///< of the T-CONT profile when it was bound
+};
+
+/// The serial of a profile that is no more.
+inline constexpr std::uint64_t kGone = static_cast<std::uint64_t>(-1);
+
+/// The platform's service-profile side: applies and removes services and remembers them in order of
+/// application. Operations may be called from any thread that does not hold the platform lock: they take the
+/// operations' mutex first and the platform lock, through the module, after it.
+class ServiceSide {
+public:
+    explicit ServiceSide(const onuQosClassInterface& module) : module_(module) {}
+
+    /// Only the members up to the termination point of `service` are read. The module's answer; the service
+    /// is remembered when it is bound, whatever the answer was.
+    Result apply(AppliedService service);
+    Result remove(std::uint32_t interface, const std::string& service);
+
+    /// Returns all entities to their factory settings; the names of those that answered false.
+    std::vector<std::string> defaultSettings();
+
+    Result flowService(std::uint32_t interface, std::uint32_t flowId, std::string& service) const;
+
+    /// In order of application. Does not wait for an operation that is under way.
+    std::vector<AppliedService> list() const;
+
+    /// Keeps operations from beginning while it lives. Taken before the platform lock.
+    [[nodiscard]] std::unique_lock<std::mutex> hold() { return std::unique_lock(operations_); }
+
+    /// The services that `tables` holds, in order of application. The caller has the lock of `hold`.
+    std::vector<AppliedService> listAgreedWith(const onuQosTables& tables);
+
+    /// Remembers services that were applied past this object; none is remembered yet.
+    void adopt(std::vector<AppliedService> services);
+
+private:
+    using Key = std::pair<std::uint32_t, std::string>;  // interface, service
+
+    void identifyProfiles(AppliedService& service) const;
+    bool isRemembered(const Key& key) const;
+    void remember(AppliedService service);
+    void forget(const Key& key);
+
+    /// Brings what is remembered into line with the module's bindings; nothing when they cannot be had now.
+    void reconcile();
+    void reconcileWith(const onuQosTables& tables);
+
+    const onuQosClassInterface& module_;
+    std::mutex operations_;
+    bool inDoubt_ = false;  // an operation failed and the module's bindings could not be had since
+    std::map<Key, AppliedService> attempted_;  // by operations that failed since then
+
+    mutable std::mutex services_;  // guards what follows; a leaf
+    std::map<std::uint64_t, AppliedService> byOrder_;
+    std::map<Key, std::uint64_t> orders_;
+    std::uint64_t lastOrder_ = 0;
+};
+
+}  // namespace oltmgrd
