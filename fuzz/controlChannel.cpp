@@ -41,7 +41,7 @@ class Connection {
 public:
     Connection() {
         // It only looks for a portmapper: without being started it serves nobody.
-        static const oltmgrd::RpcServer kRpc;
+        static const oltmgrd::RpcServer kRpc(host());
         Olt::instance().startWithProfiles();
         context_.module = &interface_;
         context_.services = &services_;
@@ -50,12 +50,12 @@ public:
     }
 
     void take(const std::string& line) {
-        const oltmgrd::Request request = oltmgrd::readRequest(line);
-        if (request.command != nullptr && request.command->name == "shutdown") {
+        const oltmgrd::Request request = commands_.read(line);
+        if (request.command != nullptr && request.command->row->name == "shutdown") {
             return;  // would end the fuzzer
         }
         theFile().reset();
-        requireAnswer(answerRequest(context_, request));
+        requireAnswer(commands_.answer(request));
         if (theFile()) {
             requireLoads();
         }
@@ -70,9 +70,10 @@ public:
 
 private:
     const onuQosClassInterface& interface_ = *onuQosClassInterfaceGet();
-    oltmgrd::ServiceSide services_{interface_};
-    oltmgrd::ConfigurationStore configuration_{interface_, services_, "onuqos.json"};
-    oltmgrd::CommandContext context_;
+    oltmgrd::ServiceSide services_{interface_, host()};
+    oltmgrd::ConfigurationStore configuration_{interface_, services_, host(), "onuqos.json"};
+    oltmgrd::CommandContext context_{.host = &host()};
+    oltmgrd::CommandTable commands_{context_};
 };
 
 }  // namespace

@@ -37,8 +37,8 @@ std::optional<Document> loaded(Document (*load)(const std::string&)) {
 void restore(const ConfigurationDocument& document) {
     const onuQosClassInterface& module = *onuQosClassInterfaceGet();
     Olt::instance().startEmpty();
-    oltmgrd::ServiceSide services(module);
-    oltmgrd::ConfigurationStore store(module, services, kPath);
+    oltmgrd::ServiceSide services(module, host());
+    oltmgrd::ConfigurationStore store(module, services, host(), kPath);
     store.restore(document);
     const oltmgrd::RestoreReport& report = *store.restoreReport();
     require(!report.lost.empty() ||

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "check.h"
+#include "oltmgrd/platform/standin/host.h"
 #include "standin/hardware.h"
 #include "standin/inventory.h"
 #include "standin/log.h"
@@ -33,6 +34,11 @@ void requireOneLine(const standin::LogLine& line) {
 }
 
 }  // namespace
+
+oltmgrd::Host& host() {
+    static const std::unique_ptr<oltmgrd::Host> kHost = oltmgrd::standinHost();
+    return *kHost;
+}
 
 Olt& Olt::instance() {
     static Olt olt;

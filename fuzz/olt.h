@@ -1,6 +1,7 @@
 #pragma once
 
 #include "entity/onuQos.h"
+#include "oltmgrd/platform/host.h"
 
 namespace fuzz {
 
@@ -37,5 +38,8 @@ private:
 
     onuQos& module_ = singleton<onuQos>::instance();
 };
+
+/// The stand-in as the management process sees it.
+oltmgrd::Host& host();
 
 }  // namespace fuzz

@@ -163,8 +163,7 @@ void printReply(std::ostream& out, const Json& answer) {
     out << common::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
 }
 
-int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
-           common::Format format) {
+int report(const std::string& line, const std::string& words, Print print, common::Format format) {
     const Json answer = Json::parse(line, nullptr, false);
     if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
         throw common::NoAnswer(
@@ -173,10 +172,8 @@ int report(const std::string& line, const std::string& words, OperatorCommand::P
     const std::string refusal = refusalText(answer);
     if (format == common::Format::json) {
         std::cout << answer.dump(2) << '\n';
-    } else if (refusal.empty() && print == OperatorCommand::Print::reply) {
-        printReply(std::cout, answer);
     } else if (refusal.empty()) {
-        printAnswer(std::cout, answer);
+        print(std::cout, answer);
     }
     if (refusal.empty()) {
         return common::kCarriedOut;

@@ -4,7 +4,6 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "clients/oltctl/operatorCommands.h"
 #include "common/commandLine.h"
 
 namespace oltctl {
@@ -22,9 +21,11 @@ void printAnswer(std::ostream& out, const Json& answer);
 /// Prints the bytes of the answer's `reply` as they are.
 void printReply(std::ostream& out, const Json& answer);
 
+/// How an answer is shown to people.
+using Print = void (*)(std::ostream& out, const Json& answer);
+
 /// Prints the line that answered the command `words`, what it refuses on standard error; gives the exit
 /// status. Throws common::NoAnswer for what is no answer of the control channel.
-int report(const std::string& line, const std::string& words, OperatorCommand::Print print,
-           common::Format format);
+int report(const std::string& line, const std::string& words, Print print, common::Format format);
 
 }  // namespace oltctl

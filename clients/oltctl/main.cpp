@@ -6,9 +6,9 @@
 
 #include "clients/oltctl/answer.h"
 #include "clients/oltctl/channel.h"
-#include "clients/oltctl/operatorCommands.h"
 #include "clients/oltctl/request.h"
 #include "common/commandLine.h"
+#include "common/commands/rows.h"
 #include "common/controlPath.h"
 #include "common/name.h"
 #include "common/number.h"
@@ -17,64 +17,78 @@ namespace {
 
 using common::Command;
 using common::Given;
+using common::commands::Kind;
 using oltctl::Argument;
-using oltctl::OperatorCommand;
+using oltctl::Row;
 
 /// What the command line asks for.
 struct Request {
     std::string words, line;
-    OperatorCommand::Print print = OperatorCommand::Print::fields;
+    oltctl::Print print = oltctl::printAnswer;
 };
 
-Command addWords(Command app, const OperatorCommand& row) {
-    const std::string words = row.words;
+Command addWords(Command app, const Row& row) {
+    const std::string words(row.words);
     const std::size_t blank = words.find(' ');
     return blank == std::string::npos ? app.add(words, row.help)
                                       : app.at(words.substr(0, blank)).add(words.substr(blank + 1), row.help);
 }
 
-const char* valueName(Argument::Kind kind) {
+const char* valueName(Kind kind) {
     switch (kind) {
-        case Argument::Kind::number:
-            return "N";
-        case Argument::Kind::path:
+        case Kind::name:
+        case Kind::operation:
+            return "NAME";
+        case Kind::path:
             return "PATH";
         default:
-            return "NAME";
+            return "N";
     }
 }
 
 Given addArgument(Command command, const Argument& argument) {
-    if (argument.kind == Argument::Kind::flag) {
-        return command.flag(argument.option, argument.help);
-    }
     if (argument.positional()) {
         return command.argument(argument.option, argument.help,
-                                argument.required ? Command::Count::one : Command::Count::oneOrNone);
+                                argument.required() ? Command::Count::one : Command::Count::oneOrNone);
+    }
+    if (argument.kind == Kind::boolean) {
+        return command.flag(argument.option, argument.help);
     }
     const Given given = command.option(argument.option, valueName(argument.kind), argument.help);
-    if (argument.required) {
+    if (argument.required()) {
         given.require();
     }
     return given;
 }
 
-void addCommand(Command app, const OperatorCommand& row, Request& request) {
+void addCommand(Command app, const Row& row, Request& request) {
     const Command command = addWords(app, row);
     std::vector<Given> given;
     bool names = false;
     for (const Argument& argument : row.arguments) {
         given.push_back(addArgument(command, argument));
-        names = names || argument.kind == Argument::Kind::text;
+        names = names || argument.kind == Kind::name;
     }
-    command.footer(std::string("Sends the control command ") + row.command + "." +
+    command.footer("Sends the control command " + std::string(row.name) + "." +
                    (names ? std::string("\n") + common::kNameHelp : ""));
     command.whenNamed([&row, &request, given] {
         std::vector<std::optional<std::string>> texts;
         for (const Given& argument : given) {
             texts.push_back(argument.present() ? std::optional(argument.text()) : std::nullopt);
         }
-        request = {row.words, requestLine(row, texts), row.print};
+        request = {std::string(row.words), oltctl::requestLine(row, texts),
+                   row.name == "message" ? oltctl::printReply : oltctl::printAnswer};
+    });
+}
+
+void addDump(Command app, Request& request) {
+    const Command command = app.add("dump", "Prints all tables of the module");
+    const Given interface = command.argument("INTERFACE", "Lists the service bindings of this ONU only",
+                                             Command::Count::oneOrNone);
+    command.footer("Sends the control command message with the name onuQosDump.");
+    command.whenNamed([&request, interface] {
+        const auto onu = interface.present() ? std::optional(interface.text()) : std::nullopt;
+        request = {"dump", oltctl::dumpRequestLine(onu), oltctl::printReply};
     });
 }
 
@@ -106,12 +120,13 @@ int main(int argc, char** argv) {
         app.option("--control", "PATH", "Socket of oltmgrd's control channel", common::defaultControlPath());
     const Given timeout = app.option("--timeout", "S", "Seconds to wait for the answer", "60");
     Request request;
-    for (const oltctl::Group& group : oltctl::groups()) {
-        app.addGroup(group.word, group.help);
+    for (const common::commands::Group& group : common::commands::groups()) {
+        app.addGroup(std::string(group.word), group.help);
     }
-    for (const OperatorCommand& row : oltctl::operatorCommands()) {
+    for (const Row& row : common::commands::rows()) {
         addCommand(app, row, request);
     }
+    addDump(app, request);
     addCall(app, request);
 
     return line.run(argc, argv, [&] {

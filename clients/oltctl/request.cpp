@@ -12,53 +12,55 @@ namespace oltctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using common::commands::Kind;
 
-std::string lineOf(const std::string& command, const Json& arguments) {
+std::string lineOf(std::string_view command, const Json& arguments) {
     return Json{{"command", command}, {"arguments", arguments}}.dump();
+}
+
+bool yesOrNo(const Argument& argument, const std::string& text) {
+    if (text == "yes" || text == "true" || text == "no" || text == "false") {
+        return text == "yes" || text == "true";
+    }
+    throw common::UsageError(std::string(argument.option) + ": " + common::inQuotes(text) +
+                             " is neither yes nor no");
 }
 
 }  // namespace
 
 Json argumentValue(const Argument& argument, const std::string& text) {
-    using Kind = Argument::Kind;
-    if (argument.nullWord != nullptr && text == argument.nullWord) {
+    if (argument.nothing != nullptr && text == argument.nothing) {
         return nullptr;
     }
     switch (argument.kind) {
-        case Kind::text:
-            return common::nameToJson(common::nameFromArgument(text));
+        case Kind::number:
+        case Kind::integer:
+        case Kind::shortInteger:
+        case Kind::numberOrNothing:
+        case Kind::integerOrNothing:
+            return common::parseInteger(text, argument.option);
+        case Kind::boolean:
+            return yesOrNo(argument, text);
         case Kind::path:
             if (text.empty()) {
                 throw common::UsageError(std::string(argument.option) + ": the path is empty");
             }
             return common::nameToJson(std::filesystem::absolute(text).string());
-        case Kind::number:
-            return common::parseInteger(text, argument.option);
-        case Kind::digits:
-            return std::to_string(common::parseInteger(text, argument.option));
-        case Kind::yesNo:
-            if (text == "yes" || text == "true" || text == "no" || text == "false") {
-                return text == "yes" || text == "true";
-            }
-            throw common::UsageError(std::string(argument.option) + ": " + common::inQuotes(text) +
-                                     " is neither yes nor no");
-        case Kind::flag:
+        case Kind::name:
+        case Kind::operation:
             break;
     }
-    return true;
+    return common::nameToJson(common::nameFromArgument(text));
 }
 
-std::string requestLine(const OperatorCommand& row, const std::vector<std::optional<std::string>>& texts) {
+std::string requestLine(const Row& row, const std::vector<std::optional<std::string>>& texts) {
     Json arguments = Json::object();
-    if (row.fixedKey != nullptr) {
-        arguments[row.fixedKey] = row.fixedValue;
-    }
     for (std::size_t at = 0; at < texts.size(); ++at) {
         if (texts[at]) {
-            arguments[row.arguments[at].key] = argumentValue(row.arguments[at], *texts[at]);
+            arguments[std::string(row.arguments[at].name)] = argumentValue(row.arguments[at], *texts[at]);
         }
     }
-    return lineOf(row.command, arguments);
+    return lineOf(row.name, arguments);
 }
 
 std::string requestLine(const std::string& command, const std::string& arguments) {
@@ -70,6 +72,14 @@ std::string requestLine(const std::string& command, const std::string& arguments
         throw common::UsageError("call: the arguments are not a JSON object");
     }
     return lineOf(command, parsed);
+}
+
+std::string dumpRequestLine(const std::optional<std::string>& interface) {
+    Json arguments{{"name", "onuQosDump"}};
+    if (interface) {
+        arguments["argument"] = std::to_string(common::parseInteger(*interface, "INTERFACE"));
+    }
+    return lineOf("message", arguments);
 }
 
 }  // namespace oltctl

@@ -3,20 +3,28 @@
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "clients/oltctl/operatorCommands.h"
+#include "common/commands/rows.h"
 
 namespace oltctl {
+
+using common::commands::Argument;
+using common::commands::Row;
 
 /// The request's value for what the command line gave. Throws common::UsageError.
 nlohmann::ordered_json argumentValue(const Argument& argument, const std::string& text);
 
 /// The line that asks for a command; `texts` holds what the command line gave for each of its arguments.
 /// Throws common::UsageError.
-std::string requestLine(const OperatorCommand& row, const std::vector<std::optional<std::string>>& texts);
+std::string requestLine(const Row& row, const std::vector<std::optional<std::string>>& texts);
 
 /// The line that asks for any control command with `arguments`, a JSON object. Throws common::UsageError.
 std::string requestLine(const std::string& command, const std::string& arguments);
+
+/// The line that asks for the module's tables, with the service bindings of one ONU if `interface` is given.
+/// Throws common::UsageError.
+std::string dumpRequestLine(const std::optional<std::string>& interface);
 
 }  // namespace oltctl

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "oltmgrd/files/jsonText.h"
-#include "standin/inventory.h"
+#include "oltmgrd/platform/serviceProfile.h"
 
 namespace oltmgrd {
 
@@ -99,7 +99,7 @@ struct SavedPort {
 struct ConfigurationDocument {
     std::vector<SavedTContProfile> tcontProfiles;
     std::vector<SavedFlowProfile> flowProfiles;
-    std::vector<standin::ServiceProfile> serviceProfiles;
+    std::vector<ServiceProfile> serviceProfiles;
     std::vector<SavedBinding> bindings;  ///< in the order in which they were applied
     std::vector<SavedPort> ports;
 

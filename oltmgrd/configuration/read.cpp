@@ -6,10 +6,10 @@
 #include "common/text.h"
 #include "entity/onuQos.h"
 #include "oltmgrd/configuration/document.h"
-#include "oltmgrd/configuration/serviceProfileJson.h"
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/files.h"
 #include "oltmgrd/files/jsonFields.h"
+#include "oltmgrd/platform/serviceProfile.h"
 
 namespace oltmgrd {
 namespace {

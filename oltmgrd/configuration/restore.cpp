@@ -10,9 +10,7 @@
 #include "oltmgrd/configuration/restoreCheck.h"
 #include "oltmgrd/configuration/restoreProfiles.h"
 #include "oltmgrd/configuration/snapshot.h"
-#include "standin/error.h"
 #include "standin/hardware.h"
-#include "standin/serviceProfiles.h"
 
 namespace oltmgrd {
 namespace {
@@ -365,12 +363,12 @@ private:
 };
 
 /// Adds the service profiles; the module's profiles that they name can be neither renamed nor deleted now.
-void addServiceProfiles(const ConfigurationDocument& document, RestoreReport& report) {
-    for (const standin::ServiceProfile& profile : document.serviceProfiles) {
+void addServiceProfiles(const ConfigurationDocument& document, Host& host, RestoreReport& report) {
+    for (const ServiceProfile& profile : document.serviceProfiles) {
         try {
-            standin::serviceProfiles::add(profile);
+            host.addServiceProfile(profile);
             report.serviceProfiles += 1;
-        } catch (const standin::Error& error) {
+        } catch (const HostError& error) {
             report.lost.push_back("service profile " + quoted(profile.name) + ": " + error.what());
         }
     }
@@ -379,17 +377,17 @@ void addServiceProfiles(const ConfigurationDocument& document, RestoreReport& re
 }  // namespace
 
 RestoreReport restoreConfiguration(const onuQosClassInterface& module, const ConfigurationDocument& document,
-                                   ServiceSide& services) {
+                                   ServiceSide& services, Host& host) {
     const auto begin = std::chrono::steady_clock::now();
     RestoreReport report;
     Restoring restoring(module, document, report);
     restoring.run();
 
     services.adopt(restoring.takeServices());
-    addServiceProfiles(document, report);
+    addServiceProfiles(document, host, report);
 
     ConfigurationState state;
-    if (captureConfiguration(module, services, state)) {
+    if (captureConfiguration(module, services, host, state)) {
         compareRestored(document, documentOf(state), restoring.tconts(), restoring.flows(),
                         restoring.lostBindings(), report);
     } else {

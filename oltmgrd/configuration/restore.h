@@ -26,6 +26,6 @@ struct RestoreReport {
 /// apply is in progress and before anything else uses the module; the platform must not have service
 /// profiles, since those keep profiles from being renamed. `services` remembers the bindings afterwards.
 RestoreReport restoreConfiguration(const onuQosClassInterface& module, const ConfigurationDocument& document,
-                                   ServiceSide& services);
+                                   ServiceSide& services, Host& host);
 
 }  // namespace oltmgrd

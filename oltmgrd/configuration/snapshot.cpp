@@ -8,7 +8,6 @@
 #include <unordered_map>
 
 #include "BLLManager.h"
-#include "standin/serviceProfiles.h"
 
 namespace oltmgrd {
 namespace {
@@ -149,7 +148,7 @@ private:
 
 }  // namespace
 
-bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& services,
+bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& services, const Host& host,
                           ConfigurationState& state) {
     const auto held = services.hold();
     const BLLManager::sharedLock_t lock;
@@ -158,7 +157,7 @@ bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& servi
         return false;
     }
     state.hardware = standin::hardware::snapshot();
-    state.serviceProfiles = standin::serviceProfiles::list();
+    state.serviceProfiles = host.serviceProfiles();
     state.services = services.listAgreedWith(state.tables);
     return true;
 }

@@ -13,12 +13,12 @@ namespace oltmgrd {
 struct ConfigurationState {
     onuQosTables tables;
     standin::Hardware hardware;
-    std::vector<standin::ServiceProfile> serviceProfiles;
+    std::vector<ServiceProfile> serviceProfiles;
     std::vector<AppliedService> services;  ///< in order of application
 };
 
 /// Takes the service side's lock, then the platform's shared one. False when that is not obtained.
-bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& services,
+bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& services, const Host& host,
                           ConfigurationState& state);
 
 ConfigurationDocument documentOf(const ConfigurationState& state);

@@ -6,7 +6,6 @@
 #include "oltmgrd/configuration/snapshot.h"
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/files.h"
-#include "standin/manager.h"
 
 namespace oltmgrd {
 namespace {
@@ -18,16 +17,16 @@ bool isSameFile(const std::string& one, const std::string& other) {
 
 }  // namespace
 
-ConfigurationStore::ConfigurationStore(const onuQosClassInterface& module, ServiceSide& services,
+ConfigurationStore::ConfigurationStore(const onuQosClassInterface& module, ServiceSide& services, Host& host,
                                        std::string file)
-    : module_(module), services_(services), file_(std::move(file)) {}
+    : module_(module), services_(services), host_(host), file_(std::move(file)) {}
 
 bool ConfigurationStore::applyStart() {
-    return standin::manager::raiseConfigurationApplyStart();
+    return host_.configurationApplyStart();
 }
 
 bool ConfigurationStore::applyStop() {
-    return standin::manager::raiseConfigurationApplyStop();
+    return host_.configurationApplyStop();
 }
 
 bool ConfigurationStore::isApplying() const {
@@ -38,7 +37,7 @@ bool ConfigurationStore::isApplying() const {
 
 void ConfigurationStore::restore(const ConfigurationDocument& document) {
     applyStart();
-    report_ = restoreConfiguration(module_, document, services_);
+    report_ = restoreConfiguration(module_, document, services_, host_);
     applyStop();
     fileHoldsMore_ = !report_->lost.empty();
 }
@@ -58,7 +57,7 @@ ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool
                         " entries, which saving would remove from it; save to another file, or force it");
     }
     ConfigurationState state;
-    if (!captureConfiguration(module_, services_, state)) {
+    if (!captureConfiguration(module_, services_, host_, state)) {
         throw SaveError(target + ": nothing is saved: the lock was not obtained");
     }
     const ConfigurationDocument document = documentOf(state);

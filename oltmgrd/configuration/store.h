@@ -21,7 +21,8 @@ public:
 class ConfigurationStore {
 public:
     /// `file` is where the configuration is restored from and saved to; empty for none.
-    ConfigurationStore(const onuQosClassInterface& module, ServiceSide& services, std::string file);
+    ConfigurationStore(const onuQosClassInterface& module, ServiceSide& services, Host& host,
+                       std::string file);
 
     /// Raise the notifications of a configuration apply; false if a handler vetoed it.
     bool applyStart();
@@ -46,6 +47,7 @@ public:
 private:
     const onuQosClassInterface& module_;
     ServiceSide& services_;
+    Host& host_;
     const std::string file_;
     std::optional<RestoreReport> report_;
     std::mutex saving_;

@@ -1,6 +1,6 @@
 #include "common/name.h"
 #include "oltmgrd/configuration/document.h"
-#include "oltmgrd/configuration/serviceProfileJson.h"
+#include "oltmgrd/platform/serviceProfile.h"
 
 namespace oltmgrd {
 namespace {

@@ -1,17 +1,17 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "common/commands/rows.h"
+#include "oltmgrd/commands/arguments.h"
 #include "oltmgrd/configuration/store.h"
-#include "oltmgrd/files/jsonText.h"
 #include "oltmgrd/module/module.h"
+#include "oltmgrd/platform/host.h"
 #include "oltmgrd/rpc/server.h"
 #include "oltmgrd/services/serviceSide.h"
 
@@ -19,6 +19,7 @@ namespace oltmgrd {
 
 /// What the commands of the control channel work on.
 struct CommandContext {
+    Host* host = nullptr;
     const onuQosClassInterface* module = nullptr;  ///< null, like the next two, when no module binds services
     ServiceSide* services = nullptr;
     ConfigurationStore* configuration = nullptr;
@@ -26,67 +27,22 @@ struct CommandContext {
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
-/// A command cannot be carried out. The text is one line that says why.
-class CommandError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-enum class ArgumentKind : std::uint8_t {
-    number,            ///< 0 to 2^32 - 1
-    integer,           ///< -2^31 to 2^31 - 1
-    shortInteger,      ///< -2^15 to 2^15 - 1
-    boolean,           ///< true or false
-    name,              ///< bytes: a string, or {"base64": "..."}
-    numberOrNothing,   ///< as number, or null
-    integerOrNothing,  ///< as integer, or null
-    operation,         ///< the name of a platform operation
-};
-
-struct Argument {
+/// What a command does, bound to its row by name.
+struct Handler {
     std::string_view name;
-    ArgumentKind kind;
-    const char* fallback = nullptr;  ///< its value in JSON when it is left out; null: it is required
-};
-
-/// The arguments of a request, checked against the rows of its command and complete.
-class Arguments {
-public:
-    /// Throws `JsonError` for an argument that is unknown, missing or of the wrong kind.
-    Arguments(std::span<const Argument> rows, const Json& json);
-
-    std::uint32_t number(std::string_view name) const { return at(name).get<std::uint32_t>(); }
-    std::int32_t integer(std::string_view name) const { return at(name).get<std::int32_t>(); }
-    bool boolean(std::string_view name) const { return at(name).get<bool>(); }
-    std::string name(std::string_view name) const;
-    std::string text(std::string_view name) const { return at(name).get<std::string>(); }
-    bool isNothing(std::string_view name) const { return at(name).is_null(); }
-
-private:
-    const Json& at(std::string_view name) const;
-
-    Json values_ = Json::object();
-};
-
-/// An answer's members besides "result", which is 0.
-struct Answer {
-    std::string text;
-    Json arguments = Json::object();
-};
-
-using CommandHandler = Answer (*)(CommandContext&, const Arguments&);
-
-struct Command {
-    std::string_view name;
-    std::vector<Argument> arguments;
-    std::string_view help;
-    CommandHandler handle;
+    Answer (*handle)(CommandContext& context, const Arguments& arguments);
     /// Whether it may wait, for the platform lock or a file; other commands are carried out at once.
     bool waits = true;
 };
 
-/// Every command of the control channel, in the order in which they are listed.
-std::span<const Command> commands();
+/// A command that this process has.
+struct Command {
+    const common::commands::Row* row = nullptr;
+    Answer (*handle)(CommandContext& context, const Arguments& arguments) = nullptr;
+    Answer (*ofHost)(const Arguments& arguments) =
+        nullptr;  ///< instead of `handle`, for a command of the platform's own
+    bool waits = true;
+};
 
 /// A request as far as it can be understood before anything is carried out.
 struct Request {
@@ -95,11 +51,29 @@ struct Request {
     std::string answer = {};  ///< the line, without its end, when there is no command
 };
 
-/// Understands a line. Never throws for its contents.
-Request readRequest(std::string_view line);
+/// The commands that the process has: the rows of the control channel for which it or its platform has a
+/// handler. Never changes once it is made, so that any thread may use it.
+class CommandTable {
+public:
+    /// `context` outlives this.
+    explicit CommandTable(CommandContext& context);
 
-/// Carries a request out; the line that answers it, without its end. Whatever a handler throws refuses it.
-std::string answerRequest(CommandContext& context, const Request& request);
+    std::span<const Command> commands() const { return commands_; }
+
+    /// Understands a line. Never throws for its contents.
+    Request read(std::string_view line) const;
+
+    /// Carries a request out; the line that answers it, without its end. Whatever a handler throws refuses
+    /// it.
+    std::string answer(const Request& request) const;
+
+private:
+    Request understand(const Json& json) const;
+    Answer listCommands() const;
+
+    CommandContext& context_;
+    std::vector<Command> commands_;
+};
 
 /// The line that refuses a request.
 std::string refusal(const std::string& text);

@@ -6,7 +6,6 @@
 #include "oltmgrd/control/handlers.h"
 #include "oltmgrd/process/options.h"
 #include "standin/log.h"
-#include "standin/manager.h"
 
 namespace oltmgrd {
 namespace {
@@ -29,12 +28,10 @@ Json toJson(const RestoreReport& report) {
             {"differences", firstOf(report.differences)}};
 }
 
-}  // namespace
-
 Answer status(CommandContext& context, const Arguments&) {
     Json entities = Json::array();
-    for (const standin::Entity& entity : standin::manager::entities()) {
-        entities.push_back({{"name", common::nameToJson(entity.name)}, {"state", name(entity.state)}});
+    for (const HostEntity& entity : context.host->entities()) {
+        entities.push_back({{"name", common::nameToJson(entity.name)}, {"state", entity.state}});
     }
     const auto uptime = std::chrono::steady_clock::now() - context.start;
     const RpcPorts ports = context.rpc->ports();
@@ -68,13 +65,23 @@ Answer shutdownProcess(CommandContext&, const Arguments&) {
     return {.text = "stopping"};
 }
 
-Answer sendMessage(CommandContext&, const Arguments& arguments) {
-    const auto reply =
-        standin::manager::sendExternalMessage(arguments.name("name"), arguments.name("argument"), "oltmgrd");
+Answer sendMessage(CommandContext& context, const Arguments& arguments) {
+    const auto reply = context.host->sendMessage(arguments.name("name"), arguments.name("argument"));
     if (!reply) {
         throw CommandError("a handler vetoed the message");
     }
     return {.text = {}, .arguments = {{"reply", common::nameToJson(*reply)}}};
+}
+
+constexpr Handler kHandlers[] = {{"status", status, kAtOnce},
+                                 {"message", sendMessage},
+                                 {"log-level", logLevel, kAtOnce},
+                                 {"shutdown", shutdownProcess, kAtOnce}};
+
+}  // namespace
+
+std::span<const Handler> processHandlers() {
+    return kHandlers;
 }
 
 }  // namespace oltmgrd

@@ -22,8 +22,8 @@ using Error = boost::system::error_code;
 
 }  // namespace
 
-ControlServer::ControlServer(int descriptor, CommandContext& context)
-    : context_(context),
+ControlServer::ControlServer(int descriptor, const CommandTable& commands)
+    : commands_(commands),
       acceptor_(io_, boost::asio::local::stream_protocol(), ::dup(descriptor)),
       acceptTimer_(io_),
       pool_(kPoolThreads) {}

@@ -24,8 +24,8 @@ class ControlSession;
 /// hold up nothing but their own connection.
 class ControlServer {
 public:
-    /// `descriptor` is a listening socket, of which the server takes a duplicate. `context` outlives this.
-    ControlServer(int descriptor, CommandContext& context);
+    /// `descriptor` is a listening socket, of which the server takes a duplicate. `commands` outlives this.
+    ControlServer(int descriptor, const CommandTable& commands);
     ~ControlServer();
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
@@ -45,7 +45,7 @@ private:
     /// Has `work` run in the pool; the server's thread does not end before it.
     void runInPool(std::function<void()> work);
 
-    CommandContext& context_;
+    const CommandTable& commands_;
     boost::asio::io_context io_;
     boost::asio::local::stream_protocol::acceptor acceptor_;
     boost::asio::steady_timer acceptTimer_;

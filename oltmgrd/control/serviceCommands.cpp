@@ -1,6 +1,5 @@
 #include "common/name.h"
 #include "oltmgrd/control/handlers.h"
-#include "oltmgrd/files/memory.h"
 #include "oltmgrd/module/results.h"
 
 namespace oltmgrd {
@@ -13,25 +12,9 @@ ServiceSide& servicesOf(CommandContext& context) {
     return *context.services;
 }
 
-ConfigurationStore& configurationOf(CommandContext& context) {
-    if (context.configuration == nullptr) {
-        throw CommandError("not available: no loaded module has a configuration");
-    }
-    return *context.configuration;
-}
-
 Answer answerOf(Result result) {
     return {.text = {}, .arguments = {{"res", static_cast<int>(result)}, {"resName", resultName(result)}}};
 }
-
-Answer answerOfEvent(bool raised) {
-    if (!raised) {
-        throw CommandError("a handler vetoed it");
-    }
-    return {};
-}
-
-}  // namespace
 
 Answer serviceApply(CommandContext& context, const Arguments& arguments) {
     return answerOf(servicesOf(context).apply(
@@ -79,18 +62,16 @@ Answer defaultSettings(CommandContext& context, const Arguments&) {
     return answer;
 }
 
-Answer configApplyStart(CommandContext& context, const Arguments&) {
-    return answerOfEvent(configurationOf(context).applyStart());
-}
+constexpr Handler kHandlers[] = {{"service-apply", serviceApply},
+                                 {"service-remove", serviceRemove},
+                                 {"service-list", serviceList},
+                                 {"flow-service-get", flowServiceGet},
+                                 {"default-settings", defaultSettings}};
 
-Answer configApplyStop(CommandContext& context, const Arguments&) {
-    return answerOfEvent(configurationOf(context).applyStop());
-}
+}  // namespace
 
-Answer configSave(CommandContext& context, const Arguments& arguments) {
-    const auto saved = configurationOf(context).save(arguments.name("file"), arguments.boolean("force"));
-    returnFreeMemory();
-    return {.text = {}, .arguments = {{"profiles", saved.profiles}, {"bindings", saved.bindings}}};
+std::span<const Handler> serviceHandlers() {
+    return kHandlers;
 }
 
 }  // namespace oltmgrd

@@ -49,22 +49,22 @@ void ControlSession::take(std::string line) {
     phase_ = Phase::carryingOut;
     lastRequest_ = Clock::now();
     if (line.size() <= kShortLine) {
-        carryOut(readRequest(line));
+        carryOut(server_.commands_.read(line));
         return;
     }
     server_.runInPool([self = shared_from_this(), text = std::move(line)] {
         boost::asio::post(self->server_.io_,
-                          [self, request = readRequest(text)] { self->carryOut(request); });
+                          [self, request = self->server_.commands_.read(text)] { self->carryOut(request); });
     });
 }
 
 void ControlSession::carryOut(const Request& request) {
     if (request.command == nullptr || !request.command->waits) {
-        answer(answerRequest(server_.context_, request));
+        answer(server_.commands_.answer(request));
         return;
     }
     server_.runInPool([self = shared_from_this(), request] {
-        std::string line = answerRequest(self->server_.context_, request);
+        std::string line = self->server_.commands_.answer(request);
         boost::asio::post(self->server_.io_,
                           [self, text = std::move(line)]() mutable { self->answer(std::move(text)); });
     });

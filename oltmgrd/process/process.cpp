@@ -18,15 +18,13 @@
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/memory.h"
 #include "oltmgrd/module/module.h"
-#include "oltmgrd/platform/standin/inventory.h"
+#include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/process/operatorLog.h"
 #include "oltmgrd/rpc/guard.h"
 #include "oltmgrd/rpc/server.h"
 #include "oltmgrd/services/serviceSide.h"
 #include "standin/error.h"
-#include "standin/lock.h"
 #include "standin/log.h"
-#include "standin/manager.h"
 
 namespace oltmgrd {
 namespace {
@@ -103,19 +101,17 @@ public:
     Process& operator=(const Process&) = delete;
 
     void start() {
-        InventoryFile inventory = loadInventory(options_.inventory);
-        for (const std::string& warning : inventory.warnings) {
+        for (const std::string& warning : host_->readInventory(options_.inventory)) {
             tellOperator("warning: inventory " + options_.inventory + ": " + warning);
         }
         auto configuration = readSavedConfiguration(options_.configuration);
-        if (configuration) {
-            // The saved ones count; they are added once the profiles that they name are there.
-            inventory.inventory.serviceProfiles.clear();
-        }
         socket_.emplace(options_.control);
-        configurePlatform(inventory.inventory);
+        // Saved service profiles take the place of the inventory's, once the profiles that they name are
+        // there.
+        host_->configure(!configuration);
+        host_->setLockDeadline(options_.lockDeadline);
         loadModule();
-        rpc_.emplace();
+        rpc_.emplace(*host_);
         if (!rpc_->isPortmapperThere()) {
             tellOperator(
                 "no portmapper takes connections on 127.0.0.1 port 111: RPC clients have to be given the "
@@ -130,7 +126,9 @@ public:
         rpc_->start(module_ != nullptr, kRegistrationLimit);
         guard_.emplace();
         context_.rpc = &*rpc_;
-        control_ = std::make_unique<ControlServer>(socket_->descriptor(), context_);
+        context_.host = host_.get();
+        commands_.emplace(context_);
+        control_ = std::make_unique<ControlServer>(socket_->descriptor(), *commands_);
         control_->start();
         sayReady();
     }
@@ -168,20 +166,11 @@ public:
     }
 
 private:
-    void configurePlatform(const standin::Inventory& inventory) {
-        try {
-            standin::configure(inventory);
-        } catch (const standin::Error& error) {
-            throw StartError("inventory " + options_.inventory + ": " + error.what(), kBadInput);
-        }
-        standin::lock::setDeadline(options_.lockDeadline);
-    }
-
     void loadModule() {
         module_ = loadModules(options_.modules.empty() ? std::vector{defaultModule()} : options_.modules);
         if (module_ != nullptr) {
-            services_.emplace(*module_);
-            configuration_.emplace(*module_, *services_, options_.configuration);
+            services_.emplace(*module_, *host_);
+            configuration_.emplace(*module_, *services_, *host_, options_.configuration);
             context_.module = module_;
             context_.services = &*services_;
             context_.configuration = &*configuration_;
@@ -191,8 +180,8 @@ private:
     void startEntities() {
         entitiesStarted_ = true;
         try {
-            standin::manager::startAll();
-        } catch (const standin::Error& error) {
+            host_->startEntities();
+        } catch (const HostError& error) {
             throw StartError(error.what());
         }
     }
@@ -203,7 +192,7 @@ private:
         }
         entitiesStarted_ = false;
         rpc_->giveUpRegistration();
-        for (const std::string& entity : standin::manager::stopAll()) {
+        for (const std::string& entity : host_->stopEntities()) {
             tellOperator("entity " + entity + " did not stop; the log says why");
         }
     }
@@ -236,6 +225,7 @@ private:
     }
 
     const Options& options_;
+    const std::unique_ptr<Host> host_ = standinHost();
     CommandContext context_;
     std::optional<ControlSocket> socket_;
     const onuQosClassInterface* module_ = nullptr;
@@ -244,6 +234,7 @@ private:
     std::optional<RpcServer> rpc_;
     std::optional<RpcGuard> guard_;
     bool entitiesStarted_ = false;
+    std::optional<CommandTable> commands_;
     std::unique_ptr<ControlServer> control_;
 };
 

@@ -19,7 +19,6 @@
 
 #include "oltmgrd/process/operatorLog.h"
 #include "oltmgrd/rpc/portmapper.h"
-#include "standin/threads.h"
 
 namespace oltmgrd {
 namespace {
@@ -149,14 +148,15 @@ void hardenRpc() {
     ::rpc_control(RPC_SVC_CONNMAXREC_SET, &recordMax);
 }
 
-RpcServer::RpcServer() : portmapperThere_(portmapperIsThere()), loop_(startNothing, kLoop) {}
+RpcServer::RpcServer(Host& host)
+    : host_(host), portmapperThere_(portmapperIsThere()), loop_(startNothing, kLoop) {}
 
 RpcServer::~RpcServer() {
     stop();
 }
 
 void RpcServer::start(bool awaitsRegistration, std::chrono::milliseconds limit) {
-    registering_ = awaitsRegistration && !standin::threads::awaitEnd(kRegistration, limit);
+    registering_ = awaitsRegistration && !host_.awaitThreadEnd(kRegistration, limit);
     if (registering_) {
         tellOperator(
             "the portmapper does not answer: RPC clients cannot be served until it does; everything else "
@@ -169,26 +169,26 @@ void RpcServer::start(bool awaitsRegistration, std::chrono::milliseconds limit) 
 }
 
 void RpcServer::watchRegistration(const std::stop_token& stop) {
-    while (!standin::threads::awaitEnd(kRegistration, kWatchInterval) && !stop.stop_requested()) {
+    while (!host_.awaitThreadEnd(kRegistration, kWatchInterval) && !stop.stop_requested()) {
     }
     if (stop.stop_requested()) {
         return;
     }
     const RpcPorts ports = registeredPorts();  // nothing is served yet, so the loop leaves the set alone
     ports_ = ports;
-    standin::threads::sendSignal(kLoop, kWakeSignal);
+    host_.signalThreads(kLoop, kWakeSignal);
     tellOperator("RPC clients are served now: rpc-udp=" + std::to_string(ports.udp) +
                  " rpc-tcp=" + std::to_string(ports.tcp));
 }
 
 void RpcServer::giveUpRegistration() {
     if (!registering_ || portmapperCutter_.joinable() ||
-        standin::threads::awaitEnd(kRegistration, std::chrono::milliseconds(0))) {
+        host_.awaitThreadEnd(kRegistration, std::chrono::milliseconds(0))) {
         return;
     }
     registrationWatch_.request_stop();
-    portmapperCutter_ = std::jthread([](const std::stop_token& stop) {
-        while (!stop.stop_requested() && !standin::threads::awaitEnd(kRegistration, kCutInterval)) {
+    portmapperCutter_ = std::jthread([this](const std::stop_token& stop) {
+        while (!stop.stop_requested() && !host_.awaitThreadEnd(kRegistration, kCutInterval)) {
             cutPortmapperCalls();
         }
     });

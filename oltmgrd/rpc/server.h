@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <thread>
 
+#include "oltmgrd/platform/host.h"
 #include "rte/BLL/core/rpcProxy.h"
 
 namespace oltmgrd {
@@ -22,7 +23,8 @@ struct alignas(std::uint32_t) RpcPorts {
 /// One thread uses an object, save for `isPortmapperThere` and `ports`.
 class RpcServer {
 public:
-    RpcServer();
+    /// `host` outlives this.
+    explicit RpcServer(Host& host);
     ~RpcServer();
     RpcServer(const RpcServer&) = delete;
     RpcServer& operator=(const RpcServer&) = delete;
@@ -47,6 +49,7 @@ public:
 private:
     void watchRegistration(const std::stop_token& stop);
 
+    Host& host_;
     bool portmapperThere_;
     bool registering_ = false;
     std::atomic<RpcPorts> ports_;

@@ -1,7 +1,6 @@
 #include "oltmgrd/services/serviceSide.h"
 
 #include "standin/hardware.h"
-#include "standin/manager.h"
 
 namespace oltmgrd {
 namespace {
@@ -56,7 +55,7 @@ Result ServiceSide::remove(std::uint32_t interface, const std::string& service) 
 
 std::vector<std::string> ServiceSide::defaultSettings() {
     const auto held = hold();
-    auto failed = standin::manager::applyDefaultSettings();
+    auto failed = host_.applyDefaultSettings();
     reconcile();
     return failed;
 }

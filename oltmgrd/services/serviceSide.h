@@ -10,6 +10,7 @@
 #include "oltmgrd/configuration/document.h"
 #include "oltmgrd/module/module.h"
 #include "oltmgrd/module/results.h"
+#include "oltmgrd/platform/host.h"
 
 namespace oltmgrd {
 
@@ -35,7 +36,8 @@ inline constexpr std::uint64_t kGone = static_cast<std::uint64_t>(-1);
 /// operations' mutex first and the platform lock, through the module, after it.
 class ServiceSide {
 public:
-    explicit ServiceSide(const onuQosClassInterface& module) : module_(module) {}
+    /// Both outlive this.
+    ServiceSide(const onuQosClassInterface& module, Host& host) : module_(module), host_(host) {}
 
     /// Only the members up to the termination point of `service` are read. The module's answer; the service
     /// is remembered when it is bound, whatever the answer was.
@@ -72,6 +74,7 @@ private:
     void reconcileWith(const onuQosTables& tables);
 
     const onuQosClassInterface& module_;
+    Host& host_;
     std::mutex operations_;
     bool inDoubt_ = false;  // an operation failed and the module's bindings could not be had since
     std::map<Key, AppliedService> attempted_;  // by operations that failed since then

@@ -12,27 +12,26 @@
 
 namespace {
 
-using oltctl::Argument;
+using common::commands::Kind;
 using oltctl::Json;
 
 TEST(ArgumentValue, FollowsTheKind) {
-    const auto value = [](Argument::Kind kind, const char* text, const char* nullWord = nullptr) {
-        return oltctl::argumentValue({"key", "KEY", kind, true, "", nullWord}, text);
+    const auto value = [](Kind kind, const char* text, const char* nothing = nullptr) {
+        return oltctl::argumentValue({"key", kind, "KEY", "", nullptr, nothing}, text);
     };
-    EXPECT_EQ(value(Argument::Kind::number, "-1"), Json(-1));
-    EXPECT_EQ(value(Argument::Kind::number, "4294967295"), Json(4294967295));
-    EXPECT_EQ(value(Argument::Kind::number, "none", "none"), Json(nullptr));
-    EXPECT_EQ(value(Argument::Kind::text, "17"), Json("17"));
-    EXPECT_EQ(value(Argument::Kind::text, "base64:/w=="), Json({{"base64", "/w=="}}));
-    EXPECT_EQ(value(Argument::Kind::path, "a/b"), Json(std::filesystem::current_path() / "a/b"));
-    EXPECT_EQ(value(Argument::Kind::path, "/\xff"), Json({{"base64", "L/8="}}));
-    EXPECT_THROW(value(Argument::Kind::path, ""), common::UsageError);
-    EXPECT_EQ(value(Argument::Kind::yesNo, "yes"), Json(true));
-    EXPECT_EQ(value(Argument::Kind::yesNo, "no"), Json(false));
-    EXPECT_EQ(value(Argument::Kind::flag, "true"), Json(true));
-    EXPECT_THROW(value(Argument::Kind::number, "none"), common::UsageError);
-    EXPECT_THROW(value(Argument::Kind::number, "1.5"), common::UsageError);
-    EXPECT_THROW(value(Argument::Kind::yesNo, "maybe"), common::UsageError);
+    EXPECT_EQ(value(Kind::integer, "-1"), Json(-1));
+    EXPECT_EQ(value(Kind::number, "4294967295"), Json(4294967295));
+    EXPECT_EQ(value(Kind::numberOrNothing, "none", "none"), Json(nullptr));
+    EXPECT_EQ(value(Kind::name, "17"), Json("17"));
+    EXPECT_EQ(value(Kind::name, "base64:/w=="), Json({{"base64", "/w=="}}));
+    EXPECT_EQ(value(Kind::path, "a/b"), Json(std::filesystem::current_path() / "a/b"));
+    EXPECT_EQ(value(Kind::path, "/\xff"), Json({{"base64", "L/8="}}));
+    EXPECT_THROW(value(Kind::path, ""), common::UsageError);
+    EXPECT_EQ(value(Kind::boolean, "yes"), Json(true));
+    EXPECT_EQ(value(Kind::boolean, "no"), Json(false));
+    EXPECT_THROW(value(Kind::number, "none"), common::UsageError);
+    EXPECT_THROW(value(Kind::number, "1.5"), common::UsageError);
+    EXPECT_THROW(value(Kind::boolean, "maybe"), common::UsageError);
 }
 
 TEST(Refusal, IsToldByTheServerOrTheModule) {

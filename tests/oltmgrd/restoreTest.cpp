@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 ConfigurationDocument RestoreTest::saved() {
     oltmgrd::ConfigurationState state;
-    EXPECT_TRUE(oltmgrd::captureConfiguration(interface(), *services_, state));
+    EXPECT_TRUE(oltmgrd::captureConfiguration(interface(), *services_, *host_, state));
     const ConfigurationDocument document = documentOf(state);
     const auto read = oltmgrd::readConfiguration(oltmgrd::Json::parse(configurationText(document)));
     EXPECT_EQ(read, document);
@@ -21,9 +21,9 @@ ConfigurationDocument RestoreTest::saved() {
 
 RestoreReport RestoreTest::restore(const ConfigurationDocument& document) {
     startAgain();
-    services_.emplace(interface());
+    services_.emplace(interface(), *host_);
     module_.configurationApplyStart();
-    RestoreReport report = restoreConfiguration(interface(), document, *services_);
+    RestoreReport report = restoreConfiguration(interface(), document, *services_, *host_);
     module_.configurationApplyStop();
     return report;
 }
@@ -318,8 +318,8 @@ TEST_F(RestoreTest, WhatIsRefusedIsReportedAndTheRestIsRestored) {
     document.tcontProfiles[0].shape.fixedRate = 2'000'000;
     document.tcontProfiles[0].name = "too fast";
     document.bindings[1].interface = 999;
-    standin::ServiceProfile wrong{.name = "wrong", .tContProfile = std::string(70, 'x'), .flowProfile = ""};
-    document.serviceProfiles = {wrong, {.name = "right", .tContProfile = "good", .flowProfile = ""}};
+    oltmgrd::ServiceProfile wrong{.name = "wrong", .tcontProfile = std::string(70, 'x'), .flowProfile = ""};
+    document.serviceProfiles = {wrong, {.name = "right", .tcontProfile = "good", .flowProfile = ""}};
     const RestoreReport report = restore(document);
     EXPECT_THAT(report.lost, ElementsAre("service 'bad' of interface 999: applying: onuQosResWrongIntf",
                                          "T-CONT profile 'too fast': fixed rate 2000000: onuQosResRateError",
@@ -352,8 +352,8 @@ TEST_F(RestoreTest, EveryRefusedPlatformCallIsReportedOrMakesNoDifference) {
             services().adopt({});
             module_.configurationApplyStart();
             standin::faults::set(operation, {.answer = 1, .times = 1, .after = after});
-            oltmgrd::ServiceSide side(interface());
-            const RestoreReport report = restoreConfiguration(interface(), document, side);
+            oltmgrd::ServiceSide side(interface(), *host_);
+            const RestoreReport report = restoreConfiguration(interface(), document, side, *host_);
             standin::faults::clearAll();
             module_.configurationApplyStop();
             if (report.lost.empty() && operation != standin::Operation::isActive) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "entity/onuQosClassInterface.h"
 #include "oltmgrd/configuration/restore.h"
 #include "oltmgrd/configuration/snapshot.h"
+#include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/services/serviceSide.h"
 
 /// The module with the platform's service side, which can be saved, emptied and restored.
@@ -15,7 +17,7 @@ class RestoreTest : public ModuleTest {
 protected:
     using Res = onuQos::onuQosRes;
 
-    RestoreTest() { services_.emplace(interface()); }
+    RestoreTest() { services_.emplace(interface(), *host_); }
 
     static const onuQosClassInterface& interface() { return *onuQosClassInterfaceGet(); }
 
@@ -45,6 +47,8 @@ protected:
 
     /// Saves, restores, and expects everything to be as it was; true if so.
     void expectRestored();
+
+    std::unique_ptr<oltmgrd::Host> host_ = oltmgrd::standinHost();
 
 private:
     std::optional<oltmgrd::ServiceSide> services_;

@@ -119,7 +119,7 @@ private:
     };
 
     const ScratchDirectory directory_;
-    ConfigurationStore store_{interface(), services(), directory_.path("saved")};
+    ConfigurationStore store_{interface(), services(), *host_, directory_.path("saved")};
     const unsigned int rounds_ = setting("ONUQOS_ROUNDS", 400);
     std::map<unsigned int, Model> models_ = [] {
         std::map<unsigned int, Model> models;

@@ -6,10 +6,10 @@
 #include <set>
 
 #include "common/text.h"
-#include "oltmgrd/configuration/serviceProfileJson.h"
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/files.h"
 #include "oltmgrd/files/jsonFields.h"
+#include "oltmgrd/platform/serviceProfile.h"
 
 namespace oltmgrd {
 namespace {
@@ -147,7 +147,11 @@ InventoryFile readInventory(const Json& document) {
     for (const auto& [element, pointer] : top.elementsOr("onus")) {
         inventory.onus.push_back(readOnu(JsonFields(*element, pointer), interfaces, ports));
     }
-    inventory.serviceProfiles = readServiceProfiles(top);
+    for (ServiceProfile& profile : readServiceProfiles(top)) {
+        inventory.serviceProfiles.push_back({.name = std::move(profile.name),
+                                             .tContProfile = std::move(profile.tcontProfile),
+                                             .flowProfile = std::move(profile.flowProfile)});
+    }
     top.finish();
     warnOfNumbers(inventory, file.warnings);
     return file;

@@ -1,4 +1,4 @@
-#include "oltmgrd/configuration/serviceProfileJson.h"
+#include "oltmgrd/platform/serviceProfile.h"
 
 #include <map>
 
@@ -19,14 +19,14 @@ std::string checkedText(const JsonFields& fields, std::string_view member, std::
 
 }  // namespace
 
-std::vector<standin::ServiceProfile> readServiceProfiles(JsonFields& top) {
-    std::vector<standin::ServiceProfile> profiles;
+std::vector<ServiceProfile> readServiceProfiles(JsonFields& top) {
+    std::vector<ServiceProfile> profiles;
     std::map<std::string, std::string> places;
     for (const auto& [element, pointer] : top.elementsOr("serviceProfiles")) {
         JsonFields fields(*element, pointer);
-        standin::ServiceProfile profile;
+        ServiceProfile profile;
         profile.name = checkedText(fields, "name", fields.name("name"));
-        profile.tContProfile = checkedText(fields, "tcontProfile", fields.nameOr("tcontProfile", ""));
+        profile.tcontProfile = checkedText(fields, "tcontProfile", fields.nameOr("tcontProfile", ""));
         profile.flowProfile = checkedText(fields, "flowProfile", fields.nameOr("flowProfile", ""));
         fields.finish();
         if (profile.name.empty()) {
@@ -41,9 +41,9 @@ std::vector<standin::ServiceProfile> readServiceProfiles(JsonFields& top) {
     return profiles;
 }
 
-Json serviceProfileToJson(const standin::ServiceProfile& profile) {
+Json serviceProfileToJson(const ServiceProfile& profile) {
     return {{"name", common::nameToJson(profile.name)},
-            {"tcontProfile", common::nameToJson(profile.tContProfile)},
+            {"tcontProfile", common::nameToJson(profile.tcontProfile)},
             {"flowProfile", common::nameToJson(profile.flowProfile)}};
 }
 
