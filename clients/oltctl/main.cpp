@@ -113,9 +113,8 @@ int main(int argc, char** argv) {
                              "Operates a running oltmgrd: services, configuration, events, faults, dumps.");
     const Command app = line.commands();
     app.footer(
-        "Exit status: 0 carried out, 1 refused by oltmgrd or the module (what they said is printed), 2 "
-        "usage, 3 no answer.\n"
-        "JSON output is the whole answer: result, text and arguments.");
+        R"(Exit status: 0 carried out, 1 refused by oltmgrd or the module (what they said is printed), 2 usage, 3 no answer.
+JSON output is the whole answer: result, text and arguments.)");
     const Given path =
         app.option("--control", "PATH", "Socket of oltmgrd's control channel", common::defaultControlPath());
     const Given timeout = app.option("--timeout", "S", "Seconds to wait for the answer", "60");

@@ -65,33 +65,27 @@ struct Flow {
     static constexpr const char* kKind = "ONU flow profile";
     static constexpr const char* kListHelp = "";
     static constexpr const char* kCopyHelp =
-        "The copy gets rule and action of the existing profile. The hardware layer is told the action only: "
-        "it keeps an\n"
-        "empty rule for the copy until the rule of the copy is next set (flow set, flow vlan, flow pcp).";
+        R"(The copy gets rule and action of the existing profile. The hardware layer is told the action only: it keeps an
+empty rule for the copy until the rule of the copy is next set (flow set, flow vlan, flow pcp).)";
     static constexpr const char* kCreateHelp =
-        "Without values the profile gets the defaults (procedure 1). Values travel in one request, which "
-        "makes the whole\n"
-        "profile or none (procedure 12, create-and-set); one that existed, or that a service profile names, "
-        "keeps the\n"
-        "steps done before a refusal. Whether the profile exists is asked first (procedure 5), because "
-        "create-and-set\n"
-        "changes an existing one; --or-set wants just that.\n";
+        R"(Without values the profile gets the defaults (procedure 1). Values travel in one request, which makes the whole
+profile or none (procedure 12, create-and-set); one that existed, or that a service profile names, keeps the
+steps done before a refusal. Whether the profile exists is asked first (procedure 5), because create-and-set
+changes an existing one; --or-set wants just that.
+)";
     static constexpr const char* kTogetherHelp =
         "One request: the module checks all values before it changes anything (procedure 12)";
     static constexpr const char* kSetHelp =
-        "Values are set one by one in the order given: --vlan and --pcp by procedure 6, the others by "
-        "procedure 7, with\n"
-        "operation set, or delete for none and default. The first refusal ends it, what was set before "
-        "stays. With\n"
-        "--together one create-and-set request carries all values (procedure 12; 5 asks first whether there "
-        "is such a\n"
-        "profile).\n";
+        R"(Values are set one by one in the order given: --vlan and --pcp by procedure 6, the others by procedure 7, with
+operation set, or delete for none and default. The first refusal ends it, what was set before stays. With
+--together one create-and-set request carries all values (procedure 12; 5 asks first whether there is such a
+profile).
+)";
     static constexpr const char* kRules =
-        "Rates lie between 128 kbit/s and the maximum that onuqosctl ranges shows, guaranteed not above "
-        "peak, and are\n"
-        "rounded up to 64 kbit/s. Values set one by one are rounded before they are looked at: set "
-        "--guaranteed 100\n"
-        "gives 128, where create and set --together refuse 100.\n";
+        R"(Rates lie between 128 kbit/s and the maximum that onuqosctl ranges shows, guaranteed not above peak, and are
+rounded up to 64 kbit/s. Values set one by one are rounded before they are looked at: set --guaranteed 100
+gives 128, where create and set --together refuse 100.
+)";
 
     static constexpr auto get = rpc_onuflowprofile_get_1;
     static constexpr auto first = rpc_onuflowprofile_first_get_1;

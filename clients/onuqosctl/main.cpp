@@ -13,9 +13,8 @@ int main(int argc, char** argv) {
                              "profiles, admission control.");
     const common::Command app = line.commands();
     app.footer(
-        "Asks RPC program 536870950 (0x20000026) version 1 on this host, through the portmapper unless "
-        "--port is given.\n"
-        "Exit status: 0 carried out, 1 refused by the module (its result is printed), 2 usage, 3 no answer.");
+        R"(Asks RPC program 536870950 (0x20000026) version 1 on this host, through the portmapper unless --port is given.
+Exit status: 0 carried out, 1 refused by the module (its result is printed), 2 usage, 3 no answer.)");
 
     const common::Given transport = app.choice("--transport", {"tcp", "udp"}, "How to ask", "tcp");
     const common::Given port =

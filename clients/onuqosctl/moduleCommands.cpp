@@ -118,10 +118,8 @@ int ping(Session& session, const common::Given& givenCount, const common::Given&
 void addModuleCommands(const common::Command& app, Action& action) {
     const common::Command ranges = app.add("ranges", "Shows the rates the module accepts (procedure 202)");
     ranges.footer(
-        "The least T-CONT rates and the T-CONT granularity are figures of the OLT's class. What a profile "
-        "may "
-        "carry, its\n"
-        "type decides, also on a 10G OLT: onuqosctl tcont create --help.");
+        R"(The least T-CONT rates and the T-CONT granularity are figures of the OLT's class. What a profile may carry, its
+type decides, also on a 10G OLT: onuqosctl tcont create --help.)");
     does(ranges, action, showRanges);
     does(app.add("state", "Tells whether a configuration apply is in progress (procedure 200)"), action,
          showState);

@@ -224,11 +224,9 @@ void addSharedCommands(const common::Command& family, Action& action) {
         family.add("list", "Lists the profiles by name (procedures " + std::to_string(Of::firstNumber) +
                                ", " + std::to_string(Of::nextNumber) + Of::kListHelp + ")");
     listing.footer(
-        "A rename can make names that the list cannot pass: empty ones, and ones longer than the 64 bytes "
-        "that a record\n"
-        "carries. The list then prints what it could read, says on standard error how to get out of it, and "
-        "ends with\n"
-        "status 1 (\"complete\": false in JSON).");
+        R"(A rename can make names that the list cannot pass: empty ones, and ones longer than the 64 bytes that a record
+carries. The list then prints what it could read, says on standard error how to get out of it, and ends with
+status 1 ("complete": false in JSON).)");
     does(listing, action, list<Of>);
 
     addNameCommand(family, action, "show", "Shows a profile" + procedure(Of::getNumber),

@@ -2,14 +2,15 @@
 
 #include <cerrno>
 
-#include "clients/onuqosctl/connection.h"
 #include "common/errors.h"
+#include "common/rpcClient.h"
 
 namespace onuqosctl {
 namespace {
 
-Clock::time_point deadlineAfter(double seconds) {
-    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+common::Clock::time_point deadlineAfter(double seconds) {
+    return common::Clock::now() +
+           std::chrono::duration_cast<common::Clock::duration>(std::chrono::duration<double>(seconds));
 }
 
 std::string seconds(double value) {
@@ -47,17 +48,17 @@ Program::~Program() = default;
 CLIENT* Program::prepare(Repeat repeat) {
     const auto deadline = deadlineAfter(endpoint_.timeoutSeconds);
     if (!connection_) {
-        const std::uint16_t port =
-            endpoint_.port ? *endpoint_.port
-                           : portFromPortmapper(endpoint_.udp, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
+        const std::uint16_t port = endpoint_.port ? *endpoint_.port
+                                                  : common::portFromPortmapper(endpoint_.udp, RPC_ONUQOS_PROG,
+                                                                               RPC_ONUQOS_VERS, deadline);
         try {
-            connection_ =
-                std::make_unique<RpcClient>(endpoint_.udp, port, RPC_ONUQOS_PROG, RPC_ONUQOS_VERS, deadline);
+            connection_ = std::make_unique<common::RpcClient>(endpoint_.udp, port, RPC_ONUQOS_PROG,
+                                                              RPC_ONUQOS_VERS, deadline);
         } catch (const common::NoAnswer& error) {
             throw common::NoAnswer(std::string(error.what()) + ": is oltmgrd running, and is this its port?");
         }
     }
-    const timeval total = timeLeft(deadline);
+    const timeval total = common::timeLeft(deadline);
     connection_->setTimeouts(total, repeat == Repeat::yes ? timeval{1, 0} : timeval{total.tv_sec + 1, 0});
     return connection_->get();
 }
@@ -100,11 +101,11 @@ void Program::fail(Repeat repeat) {
 
 std::chrono::duration<double, std::milli> Program::ping() {
     CLIENT* client = prepare(Repeat::no);
-    const auto asked = Clock::now();
+    const auto asked = common::Clock::now();
     if (rpc_onuqos_null_1(client) == nullptr) {
         fail(Repeat::yes);
     }
-    return Clock::now() - asked;
+    return common::Clock::now() - asked;
 }
 
 }  // namespace onuqosctl

@@ -9,9 +9,11 @@
 #include <optional>
 #include <string>
 
-namespace onuqosctl {
-
+namespace common {
 class RpcClient;
+}
+
+namespace onuqosctl {
 
 /// Where the program is asked, always on the loopback address.
 struct Endpoint {
@@ -90,7 +92,7 @@ private:
     [[noreturn]] void fail(Repeat repeat);
 
     Endpoint endpoint_;
-    std::unique_ptr<RpcClient> connection_;
+    std::unique_ptr<common::RpcClient> connection_;
 };
 
 }  // namespace onuqosctl

@@ -166,46 +166,37 @@ struct TCont {
     static constexpr const char* kKind = "T-CONT profile";
     static constexpr const char* kListHelp = ", 104";
     static constexpr const char* kCopyHelp =
-        "The copy gets id, type and rates. The DBA allocation type, weight and priority are not carried: the "
-        "copy has\n"
-        "those of a new profile (1, 1, 0).";
+        R"(The copy gets id, type and rates. The DBA allocation type, weight and priority are not carried: the copy has
+those of a new profile (1, 1, 0).)";
     static constexpr const char* kCreateHelp =
-        "Without values the profile gets the defaults (procedure 100). Id, type and rates travel in one "
-        "request, which makes\n"
-        "the whole profile or none (procedure 115, create-and-set); one that existed, or that a service "
-        "profile names,\n"
-        "keeps the steps done before a refusal. It does not carry allocation type, weight and priority, "
-        "which "
-        "are set\n"
-        "afterwards, one by one (procedures 116 to 118). Whether the profile exists is asked first "
-        "(procedure "
-        "104),\n"
-        "because create-and-set changes an existing one; --or-set wants just that.\n"
-        "A type 5 profile with an assured rate above 0 and below 256 kbit/s cannot be made in one request; "
-        "the refusal\n"
-        "tells the steps that work.\n";
+        R"(Without values the profile gets the defaults (procedure 100). Id, type and rates travel in one request, which makes
+the whole profile or none (procedure 115, create-and-set); one that existed, or that a service profile names,
+keeps the steps done before a refusal. It does not carry allocation type, weight and priority, which are set
+afterwards, one by one (procedures 116 to 118). Whether the profile exists is asked first (procedure 104),
+because create-and-set changes an existing one; --or-set wants just that.
+A type 5 profile with an assured rate above 0 and below 256 kbit/s cannot be made in one request; the refusal
+tells the steps that work.
+)";
     static constexpr const char* kTogetherHelp =
         "Id, type and rates in one request: the module checks them all before it changes anything "
         "(procedure 115)";
     static constexpr const char* kSetHelp =
-        "Values are set one by one in the order given, each by its own procedure; an option may stand "
-        "several\n"
-        "times. The first refusal ends it, what was set before stays. With --together one create-and-set "
-        "request\n"
-        "carries all values (procedure 115; 104 asks first whether there is such a profile).\n";
+        R"(Values are set one by one in the order given, each by its own procedure; an option may stand several
+times. The first refusal ends it, what was set before stays. With --together one create-and-set request
+carries all values (procedure 115; 104 asks first whether there is such a profile).
+)";
     static constexpr const char* kRules =
-        "Types and their rates in kbit/s (default, also the least value unless 0 is the default):\n"
-        "  1  fixed (256); the maximum follows\n"
-        "  2  assured (256); the maximum follows\n"
-        "  3  assured (256) and maximum (512); maximum >= assured + 256\n"
-        "  4  maximum (256)\n"
-        "  5  fixed (0), assured (0) and maximum (256); fixed + assured is 0 or at least 256, and\n"
-        "     maximum >= fixed + assured + 256\n"
-        "Rates are rounded up: to 64 kbit/s on a GPON OLT, on a 10G one to 128, fixed rates above 25600 to "
-        "1024. The rules\n"
-        "between rates hold for the rounded ones. default or -1 stands for the type's default.\n"
-        "DBA allocation types are numbered as the get and set procedures number them on the wire; a new "
-        "profile has 1.\n";
+        R"(Types and their rates in kbit/s (default, also the least value unless 0 is the default):
+  1  fixed (256); the maximum follows
+  2  assured (256); the maximum follows
+  3  assured (256) and maximum (512); maximum >= assured + 256
+  4  maximum (256)
+  5  fixed (0), assured (0) and maximum (256); fixed + assured is 0 or at least 256, and
+     maximum >= fixed + assured + 256
+Rates are rounded up: to 64 kbit/s on a GPON OLT, on a 10G one to 128, fixed rates above 25600 to 1024. The rules
+between rates hold for the rounded ones. default or -1 stands for the type's default.
+DBA allocation types are numbered as the get and set procedures number them on the wire; a new profile has 1.
+)";
 
     static constexpr auto get = rpc_tcontprofile_get_1;
     static constexpr auto first = rpc_tcontprofile_first_get_1;
