@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "BLLManager.h"
 #include "entity/onuQos.h"
 #include "standin/inventory.h"
 #include "standin/log.h"
@@ -63,7 +64,10 @@ void prepare(benchmark::State& state) {
         return true;
     }();
     benchmark::DoNotOptimize(started);
-    module().applyDefaultSettings();
+    {
+        const BLLManager::exclusiveLock_t lock;
+        module().applyDefaultSettings();
+    }
     module().tContProfileCreate("free");
     module().onuFlowProfileCreate("free");
     for (unsigned int number = 0; number < 2; ++number) {

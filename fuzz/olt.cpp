@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "BLLManager.h"
 #include "check.h"
 #include "oltmgrd/platform/standin/host.h"
 #include "standin/hardware.h"
@@ -63,11 +64,11 @@ void Olt::startEmpty() {
     if (applying) {
         module_.configurationApplyStop();
     }
-    require(module_.applyDefaultSettings(), "the module takes its default settings");
-    configure();  // forgets the alarms that went with the tables
-    for (const auto& onu : inventory().onus) {
-        module_.interfaceStateChange(static_cast<int>(onu.interface), Interfaces::interfaceEvent_t{});
+    {
+        const BLLManager::exclusiveLock_t lock;
+        require(lock.obtained() && module_.applyDefaultSettings(), "the module takes its default settings");
     }
+    configure();  // forgets the alarms that went with the tables
 }
 
 void Olt::startWithProfiles() {

@@ -98,6 +98,5 @@ onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnOnuChange(unsigned int onuIntf, 
         onu->fixedOverhead = onu->assuredOverhead = 0;
     }
     onu->configured = add;
-    configuredOnus_.setConfigured(onuIntf, add);
     return onuQosResOk;
 }

@@ -6,7 +6,7 @@
 #include "entity/onuQos.h"
 
 bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
-                                        unsigned int assuredRate) const {
+                                        unsigned int assuredRate) {
     constexpr const char* kOperation = "onuQosEstCacOnServiceApply";
     const ReadLock lock(kOperation);
     std::uint32_t port = 0;
@@ -30,7 +30,7 @@ bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixed
 }
 
 bool onuQos::onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
-                                           unsigned int assuredRate) const {
+                                           unsigned int assuredRate) {
     constexpr const char* kOperation = "onuQosActualCacOnServiceApply";
     const ReadLock lock(kOperation);
     std::uint32_t port = 0;
@@ -114,7 +114,7 @@ onuQos::onuQosRes onuQos::onuQosOltEstAvailRatesGet(unsigned int oltIntf, unsign
 
 onuQos::onuQosRes onuQos::onuQosCacOltGet(unsigned int oltIntf, unsigned int& estAvailFixedRate,
                                           unsigned int& estAvailAssuredRate, unsigned int& actAvailFixedRate,
-                                          unsigned int& actAvailAssuredRate, bool& cacViolation) const {
+                                          unsigned int& actAvailAssuredRate, bool& cacViolation) {
     constexpr const char* kOperation = "onuQosCacOltGet";
     constexpr unsigned int kUnknown = 0xFFFFFFFF;
     const ReadLock lock(kOperation);

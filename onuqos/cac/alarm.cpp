@@ -52,7 +52,7 @@ onuQos::onuQosRes onuQos::onuQosOltCacAlarm(unsigned int oltIntf, bool raise) {
         logError(kOperation, "ONUQOS ERROR - onuQosOltCacAlarmMap.find() failed for OLT intf: ", oltIntf);
         return onuQosResError;
     }
-    Interfaces::slot_port_s slotPort;
+    Interfaces::slot_port_s slotPort{};
     if (singleton<Interfaces>::instance().interfaceSlotPortIntfGet(oltIntf, slotPort) != 0) {
         logError(kOperation, "ONUQOS ERROR - interfaceSlotPortIntfGet() failed for OLT intf: ", oltIntf);
         return onuQosResError;

@@ -4,25 +4,13 @@
 #include "entity/log.h"
 #include "entity/onuQos.h"
 
-namespace {
-
-std::optional<std::uint32_t> parentOf(unsigned int onuIntf) {
-    Interfaces::Interface parent;
-    if (singleton<Interfaces>::instance().interfaceParentGet(onuIntf, parent) != 0) {
-        return std::nullopt;
-    }
-    return parent.intf;
-}
-
-}  // namespace
-
 onuQos::onuQosRes onuQos::onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent) {
-    const auto answer = parentOf(onuIntf);
-    if (!answer) {
+    Interfaces::Interface interface {};
+    if (singleton<Interfaces>::instance().interfaceParentGet(onuIntf, interface) != 0) {
         logError(at, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", onuIntf);
         return onuQosResError;
     }
-    parent = *answer;
+    parent = interface.intf;
     return onuQosResOk;
 }
 
@@ -47,7 +35,7 @@ onuQos::onuQosRes onuQos::onuTypeCheck(unsigned int onuIntf) {
 
 onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned int fixedRate,
                                                  unsigned int assuredRate, unsigned int& fixedOverhead,
-                                                 unsigned int& assuredOverhead) const {
+                                                 unsigned int& assuredOverhead) {
     constexpr const char* kOperation = "onuQosRatesOverheadGet";
     const ReadLock lock(kOperation);
     if (!lock) {
@@ -67,7 +55,7 @@ onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned 
 }
 
 onuQos::onuQosRes onuQos::onuQosOnuOverheadGet(unsigned int onuIntf, unsigned int& fixedOverhead,
-                                               unsigned int& assuredOverhead) const {
+                                               unsigned int& assuredOverhead) {
     constexpr const char* kOperation = "onuQosOnuOverheadGet";
     const ReadLock lock(kOperation);
     if (!lock) {
@@ -80,13 +68,20 @@ onuQos::onuQosRes onuQos::onuQosOnuOverheadGet(unsigned int onuIntf, unsigned in
     if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
         return onuQosResError;
     }
-    const auto others = configuredOnus_.otherOnPort(port, onuIntf, parentOf);
-    if (others.unanswered) {
-        logError(kOperation, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", *others.unanswered);
-        return onuQosResError;
+    bool first = true;
+    for (auto other = onuQosOnuCacMap.cbegin(); first && other != onuQosOnuCacMap.cend(); ++other) {
+        const auto& [intf, onu] = *other;
+        std::uint32_t parent = 0;
+        if (intf == onuIntf) {
+            continue;
+        }
+        if (onuParentGet(kOperation, intf, parent) != onuQosResOk) {
+            return onuQosResError;
+        }
+        first = parent != port || !onu.configured;
     }
     const onuQosOltCacInfo& sums = onuQosOltCacMap.at(port);
-    const cac::Overhead overhead = cac::onuOverhead(!others.found, sums.fixedAlloc, sums.assuredAlloc);
+    const cac::Overhead overhead = cac::onuOverhead(first, sums.fixedAlloc, sums.assuredAlloc);
     fixedOverhead = overhead.fixed;
     assuredOverhead = overhead.assured;
     return onuQosResOk;

@@ -78,7 +78,7 @@ onuQos::onuQosRes onuQos::onuQosPonLinkDistanceGet(unsigned int oltIntf, unsigne
     if (port == nullptr) {
         return onuQosResError;
     }
-    rpcOltPort config;
+    rpcOltPort config{};
     if (port->getOMconfig(config) != 0) {
         logError(kOperation, "ONUQOS ERROR - oltPort->getOMconfig(() failed for OLT intf: ", oltIntf);
         return onuQosResError;
@@ -124,7 +124,7 @@ onuQos::onuQosRes onuQos::onuQosOltActualAvailRatesGet(unsigned int oltIntf, uns
     if (port == nullptr) {
         return onuQosResError;
     }
-    OltPort::OltPortAvailableBanwith available;
+    OltPort::OltPortAvailableBanwith available{};
     if (port->getAvailableBandwith(&available) != 0) {
         logError(kOperation,
                  "ONUQOS ERROR - getGponImpl()->getOltPort()->getAvailableBandwith() failed for OLT intf: ",
@@ -148,7 +148,7 @@ onuQos::onuQosRes onuQos::onuQosOltIntfCacSpeedGet(unsigned int oltIntf, unsigne
         return onuQosResError;
     }
     if (up) {
-        dslSpeed_t speed;
+        dslSpeed_t speed{};
         if (interfaces.interfaceAccessSpeedGet(oltIntf, speed) != 0) {
             return onuQosResError;
         }

@@ -82,7 +82,7 @@ void dump(DumpText& out, std::uint32_t intf, const onuQosOnuCacInfo& onu) {
 
 }  // namespace
 
-void onuQos::onuQosDump(unsigned int intf, std::ostringstream* out) const {
+void onuQos::onuQosDump(unsigned int intf, std::ostringstream* out) {
     const BLLManager::sharedLock_t lock;  // silent when not obtained: the reader sees the empty reply
     if (!lock.obtained()) {
         return;

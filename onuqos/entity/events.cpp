@@ -6,10 +6,10 @@ namespace {
 
 /// The hardware layer's handle of an ONU; the default one when the registry has none, which is logged.
 zqOMApiInterface_s handleOf(At at, unsigned int intf) {
-    zqOMApiInterface_s handle;
+    zqOMApiInterface_s handle{};
     if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(intf, handle) != 0) {
         logError(at, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", intf);
-        return {};
+        return zqOMApiInterface_s{};
     }
     return handle;
 }
@@ -38,7 +38,6 @@ onuQos::onuQosRes onuQos::onuQosOnuIntfInit(unsigned int intf) {
 
     onuQosServiceIntfMap[intf];
     onuQosOnuCacMap[intf];
-    configuredOnus_.add(intf);
     return onuQosResOk;
 }
 
@@ -76,7 +75,6 @@ bool onuQos::onuQosIsIntfConfigurable(unsigned int intf) const {
 void onuQos::interfaceStateChange(int intf, Interfaces::interfaceEvent_t event) {
     constexpr const char* kOperation = "interfaceStateChange";
     const auto index = static_cast<unsigned int>(intf);
-    configuredOnus_.forgetParent(index);
     const auto type = interfaceTypeOf(index);
     if (!type) {
         logError(kOperation, "ONUQOS ERROR - interfaceGetTypeById() failed for intf: ", index);

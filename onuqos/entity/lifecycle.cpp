@@ -42,12 +42,13 @@ bool onuQos::start() {
     onuTContProfileRatesSet();
     onuTContProfileSrDbaConfSet();
 
-    for (const auto& [intf, type] : interfaces) {
-        if (type == Interfaces::interfaceTypeOnu && onuQosOnuIntfInit(intf) != onuQosResOk) {
+    for (const Interfaces::Interface& interface : interfaces) {
+        const unsigned int intf = interface.intf;
+        if (interface.type == Interfaces::interfaceTypeOnu && onuQosOnuIntfInit(intf) != onuQosResOk) {
             logError("start", "ONUQOS ERROR - onuQosOnuIntfInit() failed for intf: ", intf);
             return false;
         }
-        if (type == Interfaces::interfaceTypeOltPon && onuQosOltIntfInit(intf) != onuQosResOk) {
+        if (interface.type == Interfaces::interfaceTypeOltPon && onuQosOltIntfInit(intf) != onuQosResOk) {
             logError("start", "ONUQOS ERROR - onuQosOltIntfInit() failed for intf: ", intf);
             return false;
         }
@@ -74,10 +75,6 @@ bool onuQos::stop() {
 
 bool onuQos::applyDefaultSettings() {
     constexpr const char* kOperation = "applyDefaultSettings";
-    const WriteLock lock(kOperation);
-    if (!lock) {
-        return false;
-    }
     onuFlowProfileMap.clear();
     tContProfileMap.clear();
     for (auto& [intf, bindings] : onuQosServiceIntfMap) {
@@ -90,10 +87,9 @@ bool onuQos::applyDefaultSettings() {
     for (auto& [intf, onu] : onuQosOnuCacMap) {
         onu = {};
     }
-    configuredOnus_.clearConfigured();
 
     if (OMApi.onuQosClearConfig() != 0) {
-        logError(kOperation, "ONUQOS ERROR - OMApi.onuQosClearConfig()");
+        logErrorPieces(kOperation, "ONUQOS ERROR - OMApi.onuQosClearConfig()\n");
         return false;
     }
 
@@ -114,10 +110,11 @@ void onuQos::configurationApplyStop() {
     std::vector<Interfaces::Interface> interfaces;
     singleton<Interfaces>::instance().interfaceListGet(interfaces);
     configurationApplyInProgress = false;
-    for (const auto& [intf, type] : interfaces) {
-        if (type == Interfaces::interfaceTypeOltPon && onuQosOltCacStateUpdate(intf) != onuQosResOk) {
+    for (const Interfaces::Interface& interface : interfaces) {
+        if (interface.type == Interfaces::interfaceTypeOltPon &&
+            onuQosOltCacStateUpdate(interface.intf) != onuQosResOk) {
             logError("configurationApplyStop",
-                     "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", intf);
+                     "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", interface.intf);
         }
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "BLLManager.h"
 #include "Log.h"
 
@@ -19,10 +21,17 @@ void logLine(LogImpl::logLevel_t level, const Pieces&... pieces) {
     (log.write(pieces), ...);
 }
 
-/// Writes an error line with the prefix by which operators know the module, whatever file it comes from.
+/// Writes an error line with the prefix by which operators know the module, whatever file it comes from. The
+/// last piece ends the line.
+template <typename... Pieces>
+void logErrorPieces(At at, const Pieces&... pieces) {
+    logLine(LogImpl::logLevelError, "onuQos.cpp", ":", at.line, ":", at.operation, ":", pieces...);
+}
+
+/// The same with a piece of its own for the end of the line.
 template <typename... Pieces>
 void logError(At at, const Pieces&... pieces) {
-    logLine(LogImpl::logLevelError, "onuQos.cpp", ":", at.line, ":", at.operation, ":", pieces..., "\n");
+    logErrorPieces(at, pieces..., "\n");
 }
 
 /// The platform lock of an operation, held for its whole run. Writes the module's line when it is not
@@ -32,8 +41,9 @@ class [[nodiscard]] OperationLock {
 public:
     explicit OperationLock(const char* operation) {
         if (!lock_.obtained()) {
-            logLine(LogImpl::logLevelError, "Error obtaining exclusive lock in ", "onuQos::", operation,
-                    ".\n");
+            // Built here, but a literal to the log: as data it could not end the line.
+            const std::string name = std::string("onuQos::") + operation + ".\n";
+            logLine(LogImpl::logLevelError, "Error obtaining exclusive lock in ", name.c_str());
         }
     }
 

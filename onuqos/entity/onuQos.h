@@ -13,7 +13,6 @@
 #include "BLEntity.h"
 #include "Interfaces.h"
 #include "cac/cacTypes.h"
-#include "cac/configuredOnus.h"
 #include "onuQosOMApi.h"
 #include "rte/BLL/core/rpcProxy.h"
 #include "service/boundProfiles.h"
@@ -94,8 +93,9 @@ public:
     /// fills tables that are read without one: requests may be served only once it has returned.
     bool start() override;
 
-    /// Empties profiles, bindings and accounting under the exclusive lock, clears the hardware layer and the
-    /// raised alarms. False, with nothing changed, without the lock; false at the first refusal after that.
+    /// Empties profiles, bindings and accounting, clears the hardware layer and the raised alarms. False at
+    /// the first refusal; what was done until then stays. Takes no lock of its own: the caller holds the
+    /// exclusive lock.
     bool applyDefaultSettings() override;
 
     /// Stops the RPC proxy and unsubscribes; always true. Tables and hardware stay as they are.
@@ -136,7 +136,7 @@ public:
 
     /// Writes all tables into `out`; of the bindings only those of `intf` unless that is 0. Writes nothing
     /// when the shared lock is not obtained.
-    void onuQosDump(unsigned int intf, std::ostringstream* out) const;
+    void onuQosDump(unsigned int intf, std::ostringstream* out);
 
     /// A copy of all tables as they are at one moment.
     onuQosRes onuQosTablesGet(onuQosTables & tables) const;
@@ -145,19 +145,19 @@ public:
 
     void onuTContProfileRatesSet();
     void onuTContProfileSrDbaConfSet();
-    bool tContProfileIsRateConfigurable(onuTContProfileType type, onuTContProfileRateType rate) const;
-    bool tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContProfileSrdbaType parm) const;
+    bool tContProfileIsRateConfigurable(onuTContProfileType type, onuTContProfileRateType rate);
+    bool tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContProfileSrdbaType parm);
 
     /// Writes the rates and SR-DBA values that `type` defaults to, T-CONT id 1 and always type 5, and leaves
     /// name and applied interfaces alone. Zeros for a type that does not exist. Always `onuQosResOk`.
-    onuQosRes tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo & info) const;
+    onuQosRes tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo & info);
 
     /// The default profile: id 1, type 5, rates 0, 0 and 256.
-    onuQosRes tContProfileDefaultGet(tContProfileInfo & info) const;
-    void tContProfileDefaultSet(tContProfileInfo & info) const;
+    onuQosRes tContProfileDefaultGet(tContProfileInfo & info);
+    void tContProfileDefaultSet(tContProfileInfo & info);
 
     /// Writes which attributes differ from the defaults of the profile's type (`tContProfileParm` bits).
-    onuQosRes onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask) const;
+    onuQosRes onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask);
 
     /// `rate` rounded up to the step of the bandwidth class: 64; in the 10G class 128, or 1024 for fixed
     /// rates above 25600.
@@ -173,7 +173,7 @@ public:
     /// Exists also for a profile renamed to itself; PartOfService. The new name is not checked.
     onuQosRes tContProfileRename(const std::string& oldName, const std::string& newName);
     onuQosRes tContProfileGet(const std::string& name, tContProfileInfo& info) const;
-    onuQosRes tContProfileExist(const std::string& name) const;
+    onuQosRes tContProfileExist(const std::string& name);
     bool tContProfileExists(const std::string& name) const;
     /// Iteration in the order of the names' bytes; NoMore at the end and when there is no profile.
     onuQosRes tContProfileFirstGet(tContProfileInfo & info) const;
@@ -285,7 +285,7 @@ public:
     onuQosRes onuFlowProfileGet(const std::string& name, onuFlowProfileInfo& info) const;
     onuQosRes onuFlowProfileFirstGet(onuFlowProfileInfo & info) const;
     onuQosRes onuFlowProfileNextGet(const std::string& name, onuFlowProfileInfo& info) const;
-    onuQosRes onuFlowProfileExist(const std::string& name) const;
+    onuQosRes onuFlowProfileExist(const std::string& name);
     bool onuFlowProfileExists(const std::string& name) const;
     bool onuFlowProfileIsApplied(const std::string& name) const;
     bool onuFlowProfileIsPartOfService(const std::string& name) const;
@@ -314,10 +314,9 @@ public:
                                       onuFlowProfileActionType type, onuFlowProfileOperation operation);
     /// Extension points: accept everything. No lock.
     onuQosRes onuFlowProfileRuleCheck(const std::string& name, const onuFlowProfileRule& rule,
-                                      onuFlowProfileRuleType type, onuFlowProfileOperation operation) const;
+                                      onuFlowProfileRuleType type, onuFlowProfileOperation operation);
     onuQosRes onuFlowProfileActionCheck(const std::string& name, const onuFlowProfileAction& action,
-                                        onuFlowProfileActionType type, onuFlowProfileOperation operation)
-        const;
+                                        onuFlowProfileActionType type, onuFlowProfileOperation operation);
     onuQosRes onuFlowProfileRuleToOMApi(const onuFlowProfileRule& rule,
                                         onuQosOMApi::onuQosOMApiFlowProfileRule& om) const;
     onuQosRes onuFlowProfileActionToOMApi(const onuFlowProfileAction& action,
@@ -347,16 +346,15 @@ public:
     /// The overhead of a T-CONT with these rates on an ONU, and of the ONU itself. WrongIntf for other
     /// interfaces.
     onuQosRes onuQosRatesOverheadGet(unsigned int onuIntf, unsigned int fixedRate, unsigned int assuredRate,
-                                     unsigned int& fixedOverhead, unsigned int& assuredOverhead) const;
+                                     unsigned int& fixedOverhead, unsigned int& assuredOverhead);
     onuQosRes onuQosOnuOverheadGet(unsigned int onuIntf, unsigned int& fixedOverhead,
-                                   unsigned int& assuredOverhead) const;
+                                   unsigned int& assuredOverhead);
 
     /// Whether rates still fit on the ONU's port: by the module's own sums, and by what the platform reports.
     /// False also when that cannot be told.
-    bool onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate, unsigned int assuredRate)
-        const;
-    bool onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate, unsigned int assuredRate)
-        const;
+    bool onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate, unsigned int assuredRate);
+    bool onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
+                                       unsigned int assuredRate);
     /// Exists when a binding of the ONU uses flow profile `firstName`; NotFound unless `secondName` names
     /// both a flow profile and a T-CONT profile. Makes the ONU's binding table where there is none, and holds
     /// the exclusive lock for that reason.
@@ -375,7 +373,7 @@ public:
     /// rates, 0xFFFFFFFF when the platform cannot tell; whether the port is over-committed.
     onuQosRes onuQosCacOltGet(unsigned int oltIntf, unsigned int& estAvailFixedRate,
                               unsigned int& estAvailAssuredRate, unsigned int& actAvailFixedRate,
-                              unsigned int& actAvailAssuredRate, bool& cacViolation) const;
+                              unsigned int& actAvailAssuredRate, bool& cacViolation);
     /// Decides whether a port is over-committed, and raises or clears its alarm accordingly.
     onuQosRes onuQosOltCacStateUpdate(unsigned int oltIntf);
     /// Raises or clears the over-commitment alarm of a port; reported once a transition.
@@ -405,8 +403,8 @@ public:
     // Conversions for the RPC handlers (rpc/conversions.cpp). They write nothing and answer false for a value
     // without a counterpart. No lock.
 
-    bool onuFlowProfileResTypeSet(onuQosRes res, rpcOnuFlowProfileRes & rpcRes) const;
-    bool tContProfileResTypeSet(onuQosRes res, rpcTContProfileRes & rpcRes) const;
+    bool onuFlowProfileResTypeSet(onuQosRes res, rpcOnuFlowProfileRes & rpcRes);
+    bool tContProfileResTypeSet(onuQosRes res, rpcTContProfileRes & rpcRes);
     bool onuFlowProfileRuleTypeSet(rpcOnuFlowProfileRuleType rpcType, onuFlowProfileRuleType & type) const;
     bool onuFlowProfileActionTypeSet(rpcOnuFlowProfileActionType rpcType, onuFlowProfileActionType & type)
         const;
@@ -441,7 +439,7 @@ private:
     onuQosRes tContProfileRateSet(const std::string& name, unsigned int rate, const TContRate& row);
     /// The two phases of create-and-set: what the profile is to become, and the steps to it.
     onuQosRes tContProfileWantedGet(const tContProfileInfo* stored, const tContProfileInfo& info,
-                                    unsigned int mask, tContProfileInfo& wanted) const;
+                                    unsigned int mask, tContProfileInfo& wanted);
     onuQosRes tContProfileWantedSet(const std::string& name, const tContProfileInfo& wanted,
                                     unsigned int mask, bool existed);
 
@@ -459,7 +457,7 @@ private:
     onuQosRes onuFlowProfileActionFieldSet(onuFlowProfileInfo & profile, onuFlowProfileAction & action,
                                            const FlowActionField& field, onuFlowProfileOperation operation);
     onuQosRes onuFlowProfileWantedGet(const onuFlowProfileInfo* stored, const onuFlowProfileInfo& info,
-                                      std::uint32_t mask, onuFlowProfileInfo& wanted) const;
+                                      std::uint32_t mask, onuFlowProfileInfo& wanted);
     onuQosRes onuFlowProfileWantedSet(const std::string& name, const onuFlowProfileInfo& wanted,
                                       std::uint32_t mask, bool existed);
 
@@ -505,12 +503,11 @@ private:
     std::map<std::uint32_t, onuQosOnuCacInfo> onuQosOnuCacMap;
     std::map<std::uint32_t, bool> onuQosOltCacAlarmMap;  ///< whether the port's alarm is raised
 
-    // What is asked often of the tables above, kept beside them.
-    BoundProfiles boundProfiles_;            ///< how many bindings name each profile
-    mutable ConfiguredOnus configuredOnus_;  ///< the configured ONUs of each port
-
     RPCProxy rpcProxy;
     onuQosOMApi OMApi;
+
+    // Platforms and debuggers know the members above by their order: additions come after them.
+    BoundProfiles boundProfiles_;  ///< how many bindings name each profile
 };
 
 /// All tables of the module at one moment.

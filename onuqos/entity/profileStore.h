@@ -61,7 +61,7 @@ Res create(const StoreOperation& operation, Table<Info>& table, const std::strin
     Info info;
     info.name = name;
     setDefaults(info);
-    Om om;
+    Om om{};
     if (convert(info, om) != onuQos::onuQosResOk) {
         return refuse(operation.name, operation.notConverted, name, onuQos::onuQosResError);
     }

@@ -56,7 +56,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionFieldSet(onuFlowProfileInfo& profi
         !configurationApplying()) {
         return onuQosResGuarAbovePeak;
     }
-    onuQosOMApi::onuQosOMApiFlowProfileAction om;
+    onuQosOMApi::onuQosOMApiFlowProfileAction om{};
     if (onuFlowProfileActionToOMApi(action, om) != onuQosResOk) {
         if (!sets) {
             logError(kOperation,
@@ -76,6 +76,6 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionFieldSet(onuFlowProfileInfo& profi
 }
 
 onuQos::onuQosRes onuQos::onuFlowProfileActionCheck(const std::string&, const onuFlowProfileAction&,
-                                                    onuFlowProfileActionType, onuFlowProfileOperation) const {
+                                                    onuFlowProfileActionType, onuFlowProfileOperation) {
     return onuQosResOk;
 }

@@ -3,15 +3,18 @@
 
 namespace {
 
-onuQosOMApi::onuQosOMApiFlowProfileRule ruleOf(const onuQos::onuFlowProfileRule& rule) {
-    return {.cPcp = rule.cPcp, .cVlan = rule.cVlan};
+// The platform's records are written by member name: their order and what else they hold are the platform's.
+
+void ruleSet(onuQosOMApi::onuQosOMApiFlowProfileRule& om, const onuQos::onuFlowProfileRule& rule) {
+    om.cPcp = rule.cPcp;
+    om.cVlan = rule.cVlan;
 }
 
-onuQosOMApi::onuQosOMApiFlowProfileAction actionOf(const onuQos::onuFlowProfileAction& action) {
-    return {.guarRateUs = action.guarRateUs,
-            .peakRateUs = action.peakRateUs,
-            .flowPriorityUs = action.flowPriorityUs,
-            .flowPriorityDs = action.flowPriorityDs};
+void actionSet(onuQosOMApi::onuQosOMApiFlowProfileAction& om, const onuQos::onuFlowProfileAction& action) {
+    om.guarRateUs = action.guarRateUs;
+    om.peakRateUs = action.peakRateUs;
+    om.flowPriorityUs = action.flowPriorityUs;
+    om.flowPriorityDs = action.flowPriorityDs;
 }
 
 }  // namespace
@@ -22,7 +25,9 @@ onuQos::onuQosRes onuQos::onuFlowProfileToOMApi(const onuFlowProfileInfo& info,
     if (!lock) {
         return onuQosResError;
     }
-    om = {.name = info.name, .rule = ruleOf(info.rule), .action = actionOf(info.action)};
+    om.name = info.name;
+    ruleSet(om.rule, info.rule);
+    actionSet(om.action, info.action);
     return onuQosResOk;
 }
 
@@ -32,7 +37,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileRuleToOMApi(const onuFlowProfileRule& ru
     if (!lock) {
         return onuQosResError;
     }
-    om = ruleOf(rule);
+    ruleSet(om, rule);
     return onuQosResOk;
 }
 
@@ -42,6 +47,6 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionToOMApi(const onuFlowProfileAction
     if (!lock) {
         return onuQosResError;
     }
-    om = actionOf(action);
+    actionSet(om, action);
     return onuQosResOk;
 }

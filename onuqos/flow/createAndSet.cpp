@@ -46,7 +46,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileCreateAndSet(const std::string& name, co
 
 onuQos::onuQosRes onuQos::onuFlowProfileWantedGet(const onuFlowProfileInfo* stored,
                                                   const onuFlowProfileInfo& info, std::uint32_t mask,
-                                                  onuFlowProfileInfo& wanted) const {
+                                                  onuFlowProfileInfo& wanted) {
     if (stored != nullptr) {
         wanted.rule = stored->rule;
         wanted.action = stored->action;

@@ -60,7 +60,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileForChange(const char* operation, const s
 onuQos::onuQosRes onuQos::onuFlowProfileRulePush(const std::string& name, const onuFlowProfileRule& rule,
                                                  onuQosOMApi::onuQosOMApiFlowProfileRuleType type,
                                                  const char* notConverted, const char* refused) {
-    onuQosOMApi::onuQosOMApiFlowProfileRule om;
+    onuQosOMApi::onuQosOMApiFlowProfileRule om{};
     if (onuFlowProfileRuleToOMApi(rule, om) != onuQosResOk) {
         if (notConverted != nullptr) {
             logError(kOperation, notConverted, name);
@@ -152,6 +152,6 @@ onuQos::onuQosRes onuQos::onuFlowProfileRuleStore(onuFlowProfileInfo& profile,
 }
 
 onuQos::onuQosRes onuQos::onuFlowProfileRuleCheck(const std::string&, const onuFlowProfileRule&,
-                                                  onuFlowProfileRuleType, onuFlowProfileOperation) const {
+                                                  onuFlowProfileRuleType, onuFlowProfileOperation) {
     return onuQosResOk;
 }

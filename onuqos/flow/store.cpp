@@ -102,7 +102,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileNextGet(const std::string& name, onuFlow
     return profileStore::nextGet("onuFlowProfileNextGet", onuFlowProfileMap, name, info);
 }
 
-onuQos::onuQosRes onuQos::onuFlowProfileExist(const std::string& name) const {
+onuQos::onuQosRes onuQos::onuFlowProfileExist(const std::string& name) {
     return profileStore::exist("onuFlowProfileExist", onuFlowProfileMap, name);
 }
 

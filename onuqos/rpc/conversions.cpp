@@ -68,11 +68,11 @@ bool numberInRange(From from, int first, int last, To& to) {
 
 }  // namespace
 
-bool onuQos::onuFlowProfileResTypeSet(onuQosRes res, rpcOnuFlowProfileRes& rpcRes) const {
+bool onuQos::onuFlowProfileResTypeSet(onuQosRes res, rpcOnuFlowProfileRes& rpcRes) {
     return mapResult(res, &ResultRow::onuFlow, rpcRes);
 }
 
-bool onuQos::tContProfileResTypeSet(onuQosRes res, rpcTContProfileRes& rpcRes) const {
+bool onuQos::tContProfileResTypeSet(onuQosRes res, rpcTContProfileRes& rpcRes) {
     return mapResult(res, &ResultRow::tCont, rpcRes);
 }
 

@@ -126,7 +126,7 @@ onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::str
                  ", profile: ", serviceName);
         return onuQosResError;
     }
-    zqOMApiInterface_s handle;
+    zqOMApiInterface_s handle{};
     if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
         return res;
     }

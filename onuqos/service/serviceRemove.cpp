@@ -63,7 +63,7 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
 
 onuQos::onuQosRes onuQos::onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                                 const onuQosServiceIntfInfo& binding) {
-    zqOMApiInterface_s handle;
+    zqOMApiInterface_s handle{};
     if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
         return res;
     }

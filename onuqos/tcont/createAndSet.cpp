@@ -69,7 +69,7 @@ onuQos::onuQosRes onuQos::tContProfileCreateAndSet(const std::string& name, cons
 }
 
 onuQos::onuQosRes onuQos::tContProfileWantedGet(const tContProfileInfo* stored, const tContProfileInfo& info,
-                                                unsigned int mask, tContProfileInfo& wanted) const {
+                                                unsigned int mask, tContProfileInfo& wanted) {
     tContProfileDefaultSet(wanted);
 
     if ((mask & tContParmId) != 0) {

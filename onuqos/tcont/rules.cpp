@@ -38,7 +38,7 @@ onuTContProfileRates onuQos::tContProfileRatesOf(onuTContProfileType type) const
     return rowOf(onuTContProfileRatesMap, type);
 }
 
-bool onuQos::tContProfileIsRateConfigurable(onuTContProfileType type, onuTContProfileRateType rate) const {
+bool onuQos::tContProfileIsRateConfigurable(onuTContProfileType type, onuTContProfileRateType rate) {
     const auto rates = tContProfileRatesOf(type);
     for (const TContRate* row : kTContRates) {
         if (row->type == rate) {
@@ -48,7 +48,7 @@ bool onuQos::tContProfileIsRateConfigurable(onuTContProfileType type, onuTContPr
     return false;
 }
 
-bool onuQos::tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContProfileSrdbaType parm) const {
+bool onuQos::tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContProfileSrdbaType parm) {
     const auto srdba = rowOf(onuTContProfileSrdbaMap, type);
     switch (parm) {
         case tContSrdbaAllocType:
@@ -62,7 +62,7 @@ bool onuQos::tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContP
     }
 }
 
-onuQos::onuQosRes onuQos::tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo& info) const {
+onuQos::onuQosRes onuQos::tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo& info) {
     const auto rates = tContProfileRatesOf(type);
     const auto srdba = rowOf(onuTContProfileSrdbaMap, type);
     info.tContId = kTContIdDefault;
@@ -76,16 +76,16 @@ onuQos::onuQosRes onuQos::tContProfileDefaultTypeGet(onuTContProfileType type, t
     return onuQosResOk;
 }
 
-onuQos::onuQosRes onuQos::tContProfileDefaultGet(tContProfileInfo& info) const {
+onuQos::onuQosRes onuQos::tContProfileDefaultGet(tContProfileInfo& info) {
     return tContProfileDefaultTypeGet(tContType5, info);
 }
 
-void onuQos::tContProfileDefaultSet(tContProfileInfo& info) const {
+void onuQos::tContProfileDefaultSet(tContProfileInfo& info) {
     tContProfileDefaultTypeGet(tContType5, info);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the record by value
-onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask) const {
+onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask) {
     tContProfileInfo defaults;
     tContProfileDefaultTypeGet(info.tContType, defaults);
     const auto rates = tContProfileRatesOf(info.tContType);

@@ -23,7 +23,7 @@ onuQos::onuQosRes onuQos::tContProfileChange(const char* operation, const std::s
         return onuQosResApplied;
     }
     tContProfileInfo wanted = found->second;
-    onuQosOMApi::onuQosOMApiTContProfileInfo om;
+    onuQosOMApi::onuQosOMApiTContProfileInfo om{};
     if (const std::optional<onuQosRes> answer = change(wanted, om)) {
         return *answer;
     }

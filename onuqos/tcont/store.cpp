@@ -42,7 +42,7 @@ onuQos::onuQosRes onuQos::tContProfileGet(const std::string& name, tContProfileI
     return profileStore::get("tContProfileGet", tContProfileMap, name, info);
 }
 
-onuQos::onuQosRes onuQos::tContProfileExist(const std::string& name) const {
+onuQos::onuQosRes onuQos::tContProfileExist(const std::string& name) {
     return profileStore::exist("tContProfileExist", tContProfileMap, name);
 }
 

@@ -6,8 +6,8 @@
 #include "Storage.h"
 
 /// A business-logic entity: a part of the management software that `BLLManager` starts and stops in
-/// dependency order. The manager calls every operation without holding a lock: `start` and `stop` on one
-/// thread, `applyDefaultSettings` on any.
+/// dependency order. The manager calls `start` and `stop` on one thread and without a lock, and
+/// `applyDefaultSettings` on any thread while it holds the exclusive one.
 class [[gnu::visibility("default")]] BLEntity : public Storage::StorageItem {
 public:
     /// Brings the entity into service; true on success. A failed start is not undone by the entity.

@@ -17,12 +17,10 @@ public:
         std::vector<int> numbers;
     };
 
-    /// Builds the object list of an alarm from one text and its numbers.
-    class objIds_t : public std::vector<alarmObjs> {
+    /// The object list of an alarm: one text and the three numbers of type int that follow it.
+    class [[gnu::visibility("default")]] objIds_t : public std::vector<alarmObjs> {
     public:
-        template <typename... Numbers>
-        explicit objIds_t(char const* text, Numbers... numbers)
-            : std::vector<alarmObjs>{alarmObjs{text, {numbers...}}} {}
+        explicit objIds_t(char const* text, ...);
     };
 
     /// Raises (`Report`) or clears (`Retreat`) the alarm `code` of interface `intf`; true on success.

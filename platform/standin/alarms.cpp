@@ -1,6 +1,7 @@
 #include "standin/alarms.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <deque>
 
 #include "call.h"
@@ -43,6 +44,16 @@ Alarms alarms::snapshot() {
 }
 
 }  // namespace standin
+
+// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is declared so
+Diagnostics::objIds_t::objIds_t(char const* text, ...) {
+    alarmObjs object{.text = text, .numbers = std::vector<int>(3)};
+    std::va_list numbers;
+    va_start(numbers, text);
+    std::ranges::generate(object.numbers, [&numbers] { return va_arg(numbers, int); });
+    va_end(numbers);
+    push_back(std::move(object));
+}
 
 bool Diagnostics::reportAlarm(alarmAction action, unsigned int const& code, unsigned int const& intf,
                               boardObj_t board, std::vector<alarmObjs> const& objects) {

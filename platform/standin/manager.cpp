@@ -183,6 +183,10 @@ std::vector<std::string> stopAll() {
 }
 
 std::vector<std::string> applyDefaultSettings() {
+    const BLLManager::exclusiveLock_t lock;
+    if (!lock.obtained()) {
+        throw Error("nothing was done: the lock was not obtained");
+    }
     std::vector<std::string> failed;
     for (const Registered& row : ordered()) {
         if (!row.entity->applyDefaultSettings()) {

@@ -1,4 +1,3 @@
-#include "cac/configuredOnus.h"
 #include "cac/limits.h"
 #include "cac/overhead.h"
 #include "moduleTest.h"
@@ -108,42 +107,6 @@ TEST(CacFunctions, verdictsNameTheLimitAndWhatIsMissing) {
     expect(cac::estimatedVerdict({.fixedAlloc = kMost, .assuredAlloc = 7}, 1, 3, 100, 150), none, 0);
 }
 
-TEST(ConfiguredOnus, asksAnewAfterAnEventAndForTheOnuThatDecides) {
-    ConfiguredOnus onus;
-    for (const std::uint32_t onu : {1U, 2U, 3U}) {
-        onus.add(onu);
-    }
-    onus.setConfigured(1, true);
-    std::vector<std::uint32_t> asked;
-    std::optional<std::uint32_t> parent = 7;
-    const auto find = [&](std::uint32_t port, bool eventMeanwhile = false) {
-        asked.clear();
-        return onus.otherOnPort(port, 2, [&](std::uint32_t onu) {
-            asked.push_back(onu);
-            if (eventMeanwhile) {
-                onus.forgetParent(onu);
-            }
-            return parent;
-        });
-    };
-    EXPECT_FALSE(find(8, true).found);
-    EXPECT_THAT(asked, ElementsAre(1, 3)) << "all but the one that asks";
-    parent = 8;
-    EXPECT_TRUE(find(8).found);
-    EXPECT_THAT(asked, ElementsAre(1)) << "an answer from before the event is forgotten";
-    EXPECT_FALSE(find(7).found);
-    EXPECT_THAT(asked, ElementsAre(3)) << "1 is known to be elsewhere";
-    EXPECT_FALSE(find(7).found);
-    EXPECT_THAT(asked, IsEmpty());
-
-    parent = std::nullopt;
-    EXPECT_EQ(find(8).unanswered, 1U);
-    parent = 7;
-    EXPECT_FALSE(find(8).found) << "it moved, and no event told";
-    EXPECT_TRUE(find(7).found);
-    EXPECT_THAT(asked, ElementsAre(1));
-}
-
 TEST_F(CacTest, removalTakesOffWhatWasAddedInWhateverOrder) {
     makeFlow("f");
     makeRates("t", 2048, 2048);
@@ -168,28 +131,40 @@ TEST_F(CacTest, removalTakesOffWhatWasAddedInWhateverOrder) {
     EXPECT_EQ(module_.onuQosCalcAllocRatesOnTContChange(101, "x", true), onuQosResNotFound);
 }
 
-TEST_F(CacTest, anOnuCountsOnThePortWhereItsLastEventLeftIt) {
+TEST_F(CacTest, theOverheadOfAnOnuAsksTheOthersInOrderAndRemembersNothing) {
     makeFlow("f");
     makeTCont("zero");
-    bindOnly(101, "zero");
+    bindOnly(102, "zero");
     unsigned int fixed = 0, assured = 0;
-    const auto overhead = [&](unsigned int onu) {
-        EXPECT_EQ(module_.onuQosOnuOverheadGet(onu, fixed, assured), onuQosResOk);
-        return fixed;
+    const auto asked = [&](unsigned int onu, Res expected = onuQosResOk) {
+        Lines trace =
+            traceOf([&] { EXPECT_EQ(module_.onuQosOnuOverheadGet(onu, fixed, assured), expected); });
+        std::erase_if(trace, [](const std::string& line) { return !line.starts_with("interfaceParentGet"); });
+        std::string onus;
+        for (const std::string& line : trace) {
+            onus += line.substr(line.find('('));
+        }
+        return onus;
     };
-    EXPECT_EQ(overhead(201), 1920U);
-    standin::Inventory moved = inventory();
-    moved.onus[0].parent = 2;
-    standin::configure(moved);
-    EXPECT_EQ(overhead(201), 1920U) << "asked once, remembered";
-    module_.interfaceStateChange(101, Interfaces::interfaceEventUp);
-    EXPECT_EQ(overhead(201), 256U) << "no longer the first on port 2, which holds nothing";
-    EXPECT_EQ(overhead(101), 1920U) << "itself does not count";
+    for (const char* time : {"first", "second"}) {
+        SCOPED_TRACE(time);
+        EXPECT_EQ(asked(103), "(103)(101)(102)") << "the first configured one of the port ends the walk";
+        EXPECT_EQ(fixed, 960U) << "of a further ONU on a port that holds 1920";
+        EXPECT_EQ(assured, 2432U);
+    }
+    EXPECT_EQ(asked(201), "(201)(101)(102)(103)(202)(203)");
+    EXPECT_EQ(assured, 11520U) << "the first of port 2";
+    EXPECT_EQ(asked(102), "(102)(101)(103)(201)(202)(203)") << "itself does not count";
 
-    // While its parent cannot be had, every ONU after it in the order of the indexes has to wait.
-    module_.interfaceStateChange(101, Interfaces::interfaceEventDown);
+    standin::Inventory moved = inventory();
+    moved.onus[1].parent = 2;
+    standin::configure(moved);
+    EXPECT_EQ(asked(201), "(201)(101)(102)") << "without an event that tells of it";
+    EXPECT_EQ(assured, 960U) << "of a further ONU on a port that holds nothing";
+    EXPECT_EQ(asked(103), "(103)(101)(102)(201)(202)(203)");
+
     fail("interfaceParentGet", 1, 1, 1);
-    EXPECT_EQ(module_.onuQosOnuOverheadGet(201, fixed, assured), onuQosResError);
+    EXPECT_EQ(asked(201, onuQosResError), "(201)(101)") << "an answer that is missing ends the walk";
     EXPECT_THAT(logLines(), ElementsAre(refusalLine("onuQosOnuOverheadGet",
                                                     "interfaceParentGet() failed for ONU intf: 101")));
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "BLLManager.h"
+
 namespace {
 
 /// The same words for what is stored and for what was pushed.
@@ -80,7 +82,7 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
     standin::configure(platform);
     module_.onuTContProfileRatesSet();
     module_.onuTContProfileSrDbaConfSet();
-    ASSERT_TRUE(module_.applyDefaultSettings());
+    ASSERT_TRUE(applyDefaults());
     standin::reset();  // forgets the alarms that were cleared with the tables
     standin::configure(platform);
     log_.emplace();
@@ -94,9 +96,14 @@ void ModuleTest::startAgain(const standin::Inventory& platform) {
         if (!known.onuQosOnuCacMap.contains(onu.interface)) {
             ASSERT_EQ(module_.onuQosOnuIntfInit(onu.interface), onuQosResOk) << onu.interface;
         }
-        module_.interfaceStateChange(static_cast<int>(onu.interface), Interfaces::interfaceEvent_t{});
     }
     log_->clear();
+}
+
+bool ModuleTest::applyDefaults() {
+    const BLLManager::exclusiveLock_t lock;
+    EXPECT_TRUE(lock.obtained());
+    return module_.applyDefaultSettings();
 }
 
 onuQosTables ModuleTest::tables() const {

@@ -72,6 +72,9 @@ protected:
     /// Empties the module and gives the platform `platform` anew; makes the records of its interfaces.
     void startAgain(const standin::Inventory& platform = inventory());
 
+    /// As the platform's manager returns the module to its defaults: under the exclusive lock.
+    bool applyDefaults();
+
     onuQosTables tables() const;
     Snapshot snapshot() const { return {.tables = tables(), .hardware = standin::hardware::snapshot()}; }
     Lines logLines() { return ::logLines(*log_); }

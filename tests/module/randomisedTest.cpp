@@ -2,6 +2,7 @@
 #include <iostream>
 #include <random>
 
+#include "BLLManager.h"
 #include "cac/overhead.h"
 #include "moduleTest.h"
 
@@ -87,7 +88,9 @@ std::vector<RandomisedTest::Step> RandomisedTest::steps() {
         return module_.interfaceStateChange(static_cast<int>(onu()), Interfaces::interfaceEventUp), 0;
     };
     const auto defaults = [this] {
-        while (!module_.applyDefaultSettings()) {
+        for (bool done = false; !done;) {
+            const BLLManager::exclusiveLock_t lock;
+            done = lock.obtained() && module_.applyDefaultSettings();
         }
         last_ = tables();
         sums_.clear();

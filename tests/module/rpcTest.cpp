@@ -343,7 +343,7 @@ TEST(Wire, resultsMapToTheCodesOfTheirFamily) {
     // By result 0 to 19; 31 where the family has no code.
     constexpr int kFlow[] = {0, 1, 16, 10, 2, 3, 17, 18, 12, 31, 4, 5, 31, 31, 19, 31, 31, 31, 31, 31};
     constexpr int kTCont[] = {0, 1, 13, 11, 2, 3, 14, 15, 31, 7, 4, 5, 17, 18, 16, 19, 31, 31, 31, 31};
-    const auto& module = singleton<onuQos>::instance();
+    auto& module = singleton<onuQos>::instance();
     for (int res = 0; res < 20; ++res) {
         auto flow = static_cast<rpcOnuFlowProfileRes>(31);
         auto tCont = static_cast<rpcTContProfileRes>(31);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <boost/bind/bind.hpp>
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -9,9 +10,12 @@
 #include "BLLManager.h"
 #include "platformTest.h"
 #include "standin/error.h"
+#include "standin/faults.h"
+#include "standin/lock.h"
 
 namespace {
 
+using namespace std::chrono_literals;
 using standin::EntityState;
 using Names = std::vector<std::string>;
 
@@ -28,7 +32,7 @@ public:
     }
     void saveConfiguration(boost::shared_ptr<Storage::Setting>) const override {}
     bool start() override { return throws ? throw std::runtime_error("no hardware") : note("+"); }
-    bool applyDefaultSettings() override { return note("d:"); }
+    bool applyDefaultSettings() override { return note(othersRead() ? "unlocked:" : "d:"); }
     bool stop() override { return note("-"); }
     void getDependencies(std::list<std::string>& names) override { names = dependencies_; }
 
@@ -36,6 +40,11 @@ public:
     bool throws = false;
 
 private:
+    /// Whether another thread obtains the shared lock.
+    static bool othersRead() {
+        return std::async(std::launch::async, [] { return BLLManager::sharedLock_t().obtained(); }).get();
+    }
+
     bool note(const std::string& what) {
         journal_ += what + entityName() + " ";
         return works;
@@ -89,7 +98,10 @@ TEST_F(ManagerTest, StartsInDependencyOrderAndStopsInReverse) {
     EXPECT_EQ(startProblem(), "");
     EXPECT_EQ(takeJournal(), "") << "started once";
     ground.works = false;
+    standin::lock::setDeadline(0ms);
     EXPECT_EQ(standin::manager::applyDefaultSettings(), Names{"ground"});
+    standin::faults::set(standin::Operation::exclusiveLock, {});
+    EXPECT_THROW(standin::manager::applyDefaultSettings(), standin::Error) << "without the lock, no entity";
     EXPECT_EQ(standin::manager::stopAll(), Names{"ground"});
     EXPECT_EQ(takeJournal(), "d:ground d:wall d:roof -roof -wall -ground ");
     EXPECT_EQ(stateOf("ground"), EntityState::failed);

@@ -87,6 +87,7 @@ int OltPort::getOMconfig(rpcOltPort&) { return index_ == 0 ? 1 : 2; }  // a fiel
 int OltPort::getAvailableBandwith(OltPortAvailableBanwith*) { return 1; }
 
 bool isActive(int) { return false; }
+Diagnostics::objIds_t::objIds_t(char const* text, ...) : vector<alarmObjs>{alarmObjs{text, {}}} {}
 bool Diagnostics::reportAlarm(alarmAction, Intf const&, Intf const&, boardObj_t, std::vector<alarmObjs> const&) {
     return true;
 }

@@ -49,7 +49,8 @@ void startAll();
 std::vector<std::string> stopAll();
 
 /// Returns all entities to their factory settings in dependency order, also after a failure; the names of
-/// those that answered false. Those of the platform itself keep what the inventory gave them.
+/// those that answered false. Those of the platform itself keep what the inventory gave them. Holds the
+/// exclusive lock meanwhile; throws `Error` when it is not obtained, and then calls no entity.
 std::vector<std::string> applyDefaultSettings();
 
 /// Raise the configuration-apply events on the calling thread. False if a handler vetoed it.
