@@ -3,6 +3,7 @@
 #include "entity/interfaceType.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/platformObject.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ onuQos::onuQosRes onuQos::onuQosOltCacAlarm(unsigned int oltIntf, bool raise) {
         return onuQosResError;
     }
     Interfaces::slot_port_s slotPort{};
-    if (singleton<Interfaces>::instance().interfaceSlotPortIntfGet(oltIntf, slotPort) != 0) {
+    if (platformObject<Interfaces>().interfaceSlotPortIntfGet(oltIntf, slotPort) != 0) {
         logError(kOperation, "ONUQOS ERROR - interfaceSlotPortIntfGet() failed for OLT intf: ", oltIntf);
         return onuQosResError;
     }

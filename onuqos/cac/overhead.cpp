@@ -3,10 +3,11 @@
 #include "entity/interfaceType.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/platformObject.h"
 
 onuQos::onuQosRes onuQos::onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent) {
     Interfaces::Interface interface {};
-    if (singleton<Interfaces>::instance().interfaceParentGet(onuIntf, interface) != 0) {
+    if (platformObject<Interfaces>().interfaceParentGet(onuIntf, interface) != 0) {
         logError(at, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", onuIntf);
         return onuQosResError;
     }

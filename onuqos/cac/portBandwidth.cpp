@@ -3,6 +3,7 @@
 #include "entity/interfaceType.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/platformObject.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ constexpr std::uint32_t kKbitInMbit = 1000;
 /// The manager of the PON ports; null when the platform has none, which is logged.
 OLTmanager* oltManager(At at, const char* text, unsigned int oltIntf) {
     try {
-        return &singleton<Ports>::instance().getGponImpl();
+        return &platformObject<Ports>().getGponImpl();
     } catch (const Ports::nullImplException&) {
         logError(at, text, oltIntf);
         return nullptr;
@@ -41,8 +42,8 @@ onuQos::onuQosRes onuQos::getOltPortBwIntf(unsigned int oltIntf, oltPortBw& band
         if (!lock) {
             return onuQosResError;
         }
-        if (singleton<Interfaces>::instance().interfaceGetTypePonTechnologyById(oltIntf, &type,
-                                                                                &technology) != 0) {
+        if (platformObject<Interfaces>().interfaceGetTypePonTechnologyById(oltIntf, &type, &technology) !=
+            0) {
             logError(kOperation, "interfaceGetTypePonTechnologyById failed for intf: ", oltIntf);
             return onuQosResError;
         }
@@ -116,7 +117,7 @@ onuQos::onuQosRes onuQos::onuQosOltActualAvailRatesGet(unsigned int oltIntf, uns
         return onuQosResError;
     }
     unsigned int olt = 0;
-    if (singleton<Interfaces>::instance().interfaceGetOltById(oltIntf, olt) != 0) {
+    if (platformObject<Interfaces>().interfaceGetOltById(oltIntf, olt) != 0) {
         logError(kOperation, "ONUQOS ERROR - interfaceGetOltById() failed for intf: ", oltIntf);
         return onuQosResError;
     }
@@ -142,7 +143,7 @@ onuQos::onuQosRes onuQos::onuQosOltIntfCacSpeedGet(unsigned int oltIntf, unsigne
     if (!lock || interfaceTypeOf(oltIntf) != Interfaces::interfaceTypeOltPon) {
         return onuQosResError;
     }
-    const auto& interfaces = singleton<Interfaces>::instance();
+    const auto& interfaces = platformObject<Interfaces>();
     bool up = false;
     if (interfaces.interfacePhyStateGet(oltIntf, up) != 0) {
         return onuQosResError;

@@ -1,13 +1,14 @@
 #include "entity/interfaceType.h"
 #include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/platformObject.h"
 
 namespace {
 
 /// The hardware layer's handle of an ONU; the default one when the registry has none, which is logged.
 zqOMApiInterface_s handleOf(At at, unsigned int intf) {
     zqOMApiInterface_s handle{};
-    if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(intf, handle) != 0) {
+    if (platformObject<Interfaces>().interfaceGetOMApiInterfaceById(intf, handle) != 0) {
         logError(at, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", intf);
         return zqOMApiInterface_s{};
     }

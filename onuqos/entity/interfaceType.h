@@ -3,11 +3,12 @@
 #include <optional>
 
 #include "Interfaces.h"
+#include "support/platformObject.h"
 
 /// The type of an interface; nothing when the platform does not tell it.
 inline std::optional<Interfaces::interfaceType> interfaceTypeOf(unsigned int intf) {
     Interfaces::interfaceType type{};
-    if (singleton<Interfaces>::instance().interfaceGetTypeById(intf, &type) != 0) {
+    if (platformObject<Interfaces>().interfaceGetTypeById(intf, &type) != 0) {
         return std::nullopt;
     }
     return type;

@@ -7,6 +7,7 @@
 #include "entity/log.h"
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
+#include "support/platformObject.h"
 
 using namespace boost::placeholders;
 
@@ -23,19 +24,19 @@ bool onuQos::configurationApplying() {
 
 bool onuQos::start() {
     std::vector<Interfaces::Interface> interfaces;
-    singleton<Interfaces>::instance().interfaceListGet(interfaces);
+    platformObject<Interfaces>().interfaceListGet(interfaces);
     if (!rpcProxy.start()) {
         return false;
     }
 
-    auto& manager = singleton<BLLManager>::instance();
+    auto& manager = platformObject<BLLManager>();
     manager.configurationApplyStartEvent().appendPost(boost::bind(&onuQos::configurationApplyStart, this));
     manager.configurationApplyStopEvent().appendPost(boost::bind(&onuQos::configurationApplyStop, this));
     if (isActive(kOnuEquipmentFeature)) {
-        singleton<onuEquipment>::instance().onuConfigEvent().appendPost(
+        platformObject<onuEquipment>().onuConfigEvent().appendPost(
             boost::bind(&onuQos::onuConfigEventHandler, this, _1, _2, _3));
     }
-    singleton<Interfaces>::instance().interfaceEvent().appendPost(
+    platformObject<Interfaces>().interfaceEvent().appendPost(
         boost::bind(&onuQos::interfaceStateChange, this, _1, _2));
     manager.externalMessageEvent().appendPost(boost::bind(&onuQos::externalMessage, this, _1, _2, _3));
 
@@ -59,15 +60,15 @@ bool onuQos::start() {
 bool onuQos::stop() {
     rpcProxy.stop(false);
 
-    auto& manager = singleton<BLLManager>::instance();
+    auto& manager = platformObject<BLLManager>();
     manager.configurationApplyStartEvent().unsubscribePost(
         boost::bind(&onuQos::configurationApplyStart, this));
     manager.configurationApplyStopEvent().unsubscribePost(boost::bind(&onuQos::configurationApplyStop, this));
     if (isActive(kOnuEquipmentFeature)) {
-        singleton<onuEquipment>::instance().onuConfigEvent().unsubscribePost(
+        platformObject<onuEquipment>().onuConfigEvent().unsubscribePost(
             boost::bind(&onuQos::onuConfigEventHandler, this, _1, _2, _3));
     }
-    singleton<Interfaces>::instance().interfaceEvent().unsubscribePost(
+    platformObject<Interfaces>().interfaceEvent().unsubscribePost(
         boost::bind(&onuQos::interfaceStateChange, this, _1, _2));
     manager.externalMessageEvent().unsubscribePost(boost::bind(&onuQos::externalMessage, this, _1, _2, _3));
     return true;
@@ -108,7 +109,7 @@ void onuQos::configurationApplyStart() {
 
 void onuQos::configurationApplyStop() {
     std::vector<Interfaces::Interface> interfaces;
-    singleton<Interfaces>::instance().interfaceListGet(interfaces);
+    platformObject<Interfaces>().interfaceListGet(interfaces);
     configurationApplyInProgress = false;
     for (const Interfaces::Interface& interface : interfaces) {
         if (interface.type == Interfaces::interfaceTypeOltPon &&

@@ -4,6 +4,7 @@
 
 #include "BLLManager.h"
 #include "Log.h"
+#include "support/platformObject.h"
 
 /// Where a log line comes from. Made from the operation's name where the helper is called.
 struct At {
@@ -16,7 +17,7 @@ struct At {
 /// Writes a line of `level`, a piece at a time.
 template <typename... Pieces>
 void logLine(LogImpl::logLevel_t level, const Pieces&... pieces) {
-    auto& log = singleton<Log>::instance();
+    auto& log = platformObject<Log>();
     log.setMsgLevel(level);
     (log.write(pieces), ...);
 }

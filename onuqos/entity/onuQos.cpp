@@ -1,5 +1,7 @@
 #include "entity/onuQos.h"
 
+#include <cstdlib>
+
 #include "BLLManager.h"
 #include "Features.h"
 #include "Ports.h"
@@ -9,6 +11,8 @@
 #include "flow/rules.h"
 #include "rpc/dispatch.h"
 #include "servprofile.h"
+#include "support/platformObject.h"
+#include "support/sharedSingletons.h"
 #include "zqbridge.h"
 
 template class singleton<onuQos>;
@@ -47,8 +51,11 @@ const ClassConstant kClassConstants[] = {
 
 /// Runs when the library is loaded. The manager comes first so that it outlives the entity.
 const bool kRegistered = [] {
-    singleton<BLLManager>::instance();
-    singleton<BLLManager>::instance().registerEntity(singleton<onuQos>::instance());
+    if (!platformSingletonsAreShared()) {
+        std::abort();
+    }
+    platformObject<BLLManager>();
+    platformObject<BLLManager>().registerEntity(singleton<onuQos>::instance());
     return true;
 }();
 
@@ -68,8 +75,8 @@ void onuQos::applyConfiguration(boost::shared_ptr<Storage::Setting>) {}
 void onuQos::saveConfiguration(boost::shared_ptr<Storage::Setting>) const {}
 
 void onuQos::getDependencies(std::list<std::string>& names) {
-    names = {singleton<Interfaces>::instance().entityName(), singleton<zqbridge>::instance().entityName(),
-             singleton<servprofile>::instance().entityName(), singleton<Ports>::instance().entityName()};
+    names = {platformObject<Interfaces>().entityName(), platformObject<zqbridge>().entityName(),
+             platformObject<servprofile>().entityName(), platformObject<Ports>().entityName()};
 }
 
 bool onuQos::getOltPortBw() const {

@@ -6,6 +6,7 @@
 #include "entity/log.h"
 #include "entity/onuQos.h"
 #include "servprofile.h"
+#include "support/platformObject.h"
 
 /// What the two families of profiles have in common: create, delete, rename and the read operations. The
 /// families differ in what they log, which a `StoreOperation` tells, and in the platform calls they hand in.
@@ -201,7 +202,7 @@ bool isPartOfService(const char* operation, const Table<Info>& table, const std:
     if (!lock || name.empty() || !table.contains(name)) {
         return false;
     }
-    return singleton<servprofile>::instance().serviceProfileFind(
+    return platformObject<servprofile>().serviceProfileFind(
         [&name, field](const servprofile::serviceProfile_t& profile) { return name == profile.*field; });
 }
 

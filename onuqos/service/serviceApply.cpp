@@ -2,6 +2,7 @@
 
 #include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/platformObject.h"
 
 namespace {
 
@@ -145,7 +146,7 @@ onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::str
 
 onuQos::onuQosRes onuQos::onuHandleGet(At at, unsigned int onuIntf, const std::string& serviceName,
                                        zqOMApiInterface_s& handle) {
-    if (singleton<Interfaces>::instance().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
+    if (platformObject<Interfaces>().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
         logError(at, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", onuIntf,
                  ", profile: ", serviceName);
         return onuQosResError;

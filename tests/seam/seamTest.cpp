@@ -47,12 +47,12 @@ private:
 TEST(Seam, TheModuleComesServesAndGoesEachTimeItIsLoaded) {
     for (const char* time : {"first time", "second time"}) {
         SCOPED_TRACE(time);
-        ASSERT_TRUE(registeredEntities().empty());
+        ASSERT_TRUE(minimal::state().entities.empty());
         {
             const LoadedModule module;
             const LoadedModule again;
-            ASSERT_EQ(registeredEntities().size(), 1);
-            BLEntity& entity = *registeredEntities().front();
+            ASSERT_EQ(minimal::state().entities.size(), 1);
+            BLEntity& entity = *minimal::state().entities.front();
             EXPECT_EQ(entity.entityName(), "onuqos");
             const onuQosClassInterface& classInterface = module.classInterface();
             EXPECT_EQ(&classInterface, &again.classInterface());
@@ -79,15 +79,32 @@ TEST(Seam, TheModuleComesServesAndGoesEachTimeItIsLoaded) {
             // The RPC library's table of programs would otherwise outlive the code that it points to.
             svc_unregister(RPC_ONUQOS_PROG, RPC_ONUQOS_VERS);
         }
-        EXPECT_TRUE(registeredEntities().empty());
+        EXPECT_TRUE(minimal::state().entities.empty());
         EXPECT_EQ(dlopen(SEAM_MODULE, RTLD_NOW | RTLD_NOLOAD), nullptr) << "still in the process";
     }
+}
+
+TEST(Seam, EverySingletonIsMadeOnce) {
+    minimal::useAll();
+    const LoadedModule module;
+    BLEntity& entity = *minimal::state().entities.at(0);
+    EXPECT_TRUE(entity.start());
+    std::list<std::string> names;
+    entity.getDependencies(names);
+    EXPECT_EQ((module.classInterface().entity.*module.classInterface().tContProfileCreate)(""),
+              onuQos::onuQosResError);
+    EXPECT_TRUE(entity.stop());
+    svc_unregister(RPC_ONUQOS_PROG, RPC_ONUQOS_VERS);
+    for (const auto& [name, count] : minimal::state().made) {
+        EXPECT_EQ(count, 1) << name;
+    }
+    EXPECT_EQ(minimal::state().made.size(), 6);
 }
 
 TEST(Seam, LoadingAndUnloadingLosesNothing) {
     for (int time = 0; time < 100; ++time) {
         { const LoadedModule module; }
-        ASSERT_TRUE(registeredEntities().empty());
+        ASSERT_TRUE(minimal::state().entities.empty());
     }
 }
 
