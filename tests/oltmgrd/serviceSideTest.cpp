@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "oltmgrd/platform/host.h"
 #include "restoreTest.h"
-#include "standin/error.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ TEST_F(ServiceSideTest, FindsOutLaterWhenTheLockIsNotToBeHad) {
 TEST_F(ServiceSideTest, FactorySettingsForgetEverythingUnlessNothingWasDone) {
     ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
     fail("exclusiveLock", 1, 1);
-    EXPECT_THROW(services().defaultSettings(), standin::Error);
+    EXPECT_THROW(services().defaultSettings(), oltmgrd::HostError);
     EXPECT_THAT(listed(), ElementsAre("101 a"));
     fail("onuQosClearConfig", 1, 1);
     EXPECT_THAT(services().defaultSettings(), ElementsAre("onuqos"));
