@@ -1,5 +1,5 @@
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/log.h"
 
 onuQos::onuQosRes onuQos::onuAccountGet(At at, unsigned int onuIntf, onuQosOnuCacInfo*& onu,
                                         onuQosOltCacInfo*& port) {

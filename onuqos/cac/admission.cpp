@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "cac/limits.h"
-#include "entity/interfaceType.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "rules/limits.h"
+#include "support/interfaceType.h"
+#include "support/log.h"
 
 bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
                                         unsigned int assuredRate) {
@@ -21,8 +21,8 @@ bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixed
         logError(kOperation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for intf: ", onuIntf);
         return false;
     }
-    if (!cac::estimatedVerdict(onuQosOltCacMap.at(port), fixedRate + fixedOverhead,
-                               assuredRate + assuredOverhead, OLT_FIXED_RATE_MAX, OLT_TOTAL_RATE_MAX)) {
+    if (!rules::estimatedVerdict(onuQosOltCacMap.at(port), fixedRate + fixedOverhead,
+                                 assuredRate + assuredOverhead, OLT_FIXED_RATE_MAX, OLT_TOTAL_RATE_MAX)) {
         logError(kOperation, "ONUQOS ERROR - estimated CAC check() failed for intf: ", onuIntf);
         return false;
     }
@@ -51,8 +51,8 @@ bool onuQos::onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fi
         logError(kOperation, "ONUQOS ERROR - onuQosOltActualAvailRatesGet() failed for OLT intf: ", port);
         return false;
     }
-    if (!cac::actualVerdict(fixedRate + fixedOverhead, assuredRate + assuredOverhead, availFixedRate,
-                            availAssuredRate)) {
+    if (!rules::actualVerdict(fixedRate + fixedOverhead, assuredRate + assuredOverhead, availFixedRate,
+                              availAssuredRate)) {
         logError(kOperation, "ONUQOS ERROR - actual CAC check() failed for intf: ", onuIntf);
         return false;
     }
@@ -107,8 +107,8 @@ onuQos::onuQosRes onuQos::onuQosOltEstAvailRatesGet(unsigned int oltIntf, unsign
         return onuQosResError;
     }
     const auto& [fixedAlloc, assuredAlloc, cacViolation] = port->second;
-    availFixedRate = cac::remaining(maxFixedRate, fixedAlloc);
-    availAssuredRate = cac::remaining(OLT_TOTAL_RATE_MAX, std::uint64_t{fixedAlloc} + assuredAlloc);
+    availFixedRate = rules::remaining(maxFixedRate, fixedAlloc);
+    availAssuredRate = rules::remaining(OLT_TOTAL_RATE_MAX, std::uint64_t{fixedAlloc} + assuredAlloc);
     return onuQosResOk;
 }
 

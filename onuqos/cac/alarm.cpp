@@ -1,8 +1,8 @@
 #include "Diagnostics.h"
-#include "cac/limits.h"
-#include "entity/interfaceType.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "rules/limits.h"
+#include "support/interfaceType.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 namespace {
@@ -32,7 +32,7 @@ onuQos::onuQosRes onuQos::onuQosOltCacStateUpdate(unsigned int oltIntf) {
         logError(kOperation, "ONUQOS ERROR - onuQosOltCacStateUpdate failed for OLT intf: ", oltIntf);
         return onuQosResError;
     }
-    const bool violation = !cac::portVerdict(port->second, maxFixedRate, OLT_TOTAL_RATE_MAX);
+    const bool violation = !rules::portVerdict(port->second, maxFixedRate, OLT_TOTAL_RATE_MAX);
     port->second.cacViolation = violation;
     if (onuQosOltCacAlarm(oltIntf, violation) != onuQosResOk) {
         logError(kOperation, "ONUQOS ERROR - onuQosOltCacAlarm() failed for OLT intf: ", oltIntf,

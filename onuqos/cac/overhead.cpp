@@ -1,8 +1,8 @@
-#include "cac/overhead.h"
+#include "rules/overhead.h"
 
-#include "entity/interfaceType.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/interfaceType.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 onuQos::onuQosRes onuQos::onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent) {
@@ -49,7 +49,7 @@ onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned 
     if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
         return onuQosResError;
     }
-    const cac::Overhead overhead = cac::tContOverhead(fixedRate, assuredRate);
+    const rules::Overhead overhead = rules::tContOverhead(fixedRate, assuredRate);
     fixedOverhead = overhead.fixed;
     assuredOverhead = overhead.assured;
     return onuQosResOk;
@@ -82,7 +82,7 @@ onuQos::onuQosRes onuQos::onuQosOnuOverheadGet(unsigned int onuIntf, unsigned in
         first = parent != port || !onu.configured;
     }
     const onuQosOltCacInfo& sums = onuQosOltCacMap.at(port);
-    const cac::Overhead overhead = cac::onuOverhead(first, sums.fixedAlloc, sums.assuredAlloc);
+    const rules::Overhead overhead = rules::onuOverhead(first, sums.fixedAlloc, sums.assuredAlloc);
     fixedOverhead = overhead.fixed;
     assuredOverhead = overhead.assured;
     return onuQosResOk;

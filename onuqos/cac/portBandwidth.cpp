@@ -1,8 +1,8 @@
 #include "Ports.h"
-#include "cac/limits.h"
-#include "entity/interfaceType.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "rules/limits.h"
+#include "support/interfaceType.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 namespace {
@@ -102,7 +102,7 @@ onuQos::onuQosRes onuQos::onuQosGetOltMaxFixedRate(unsigned int oltIntf, unsigne
         logError(kOperation, "getOltPortBwIntf failed for intf: ", oltIntf);
         return onuQosResError;
     }
-    maxFixedRate = cac::maxFixedRate(bandwidthClass, minDistance, maxDistance);
+    maxFixedRate = rules::maxFixedRate(bandwidthClass, minDistance, maxDistance);
     return onuQosResOk;
 }
 

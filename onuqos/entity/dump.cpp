@@ -1,8 +1,8 @@
 #include <cstdlib>
 
 #include "entity/CZqUtil.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/log.h"
 
 namespace {
 

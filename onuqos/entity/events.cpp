@@ -1,6 +1,6 @@
-#include "entity/interfaceType.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/interfaceType.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 namespace {

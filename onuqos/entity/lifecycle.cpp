@@ -3,10 +3,10 @@
 
 #include "BLLManager.h"
 #include "Features.h"
-#include "entity/features.h"
-#include "entity/log.h"
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
+#include "support/features.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 using namespace boost::placeholders;

@@ -5,12 +5,13 @@
 #include "BLLManager.h"
 #include "Features.h"
 #include "Ports.h"
-#include "entity/features.h"
-#include "entity/log.h"
 #include "entity/onuQosClassInterface.h"
 #include "flow/rules.h"
 #include "rpc/dispatch.h"
+#include "rules/classLimits.h"
 #include "servprofile.h"
+#include "support/features.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 #include "support/sharedSingletons.h"
 #include "zqbridge.h"
@@ -28,27 +29,6 @@ std::uint32_t onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX;
 
 namespace {
 
-/// A rate that depends on the bandwidth class, kbit/s.
-struct ClassConstant {
-    std::uint32_t& constant;
-    std::uint32_t tenG;
-    std::uint32_t gpon;
-};
-
-// clang-format off
-/// 9953280 is the XGS-PON line rate (ITU-T G.9807.1) and 1244160 the GPON upstream line rate (ITU-T G.984.2).
-const ClassConstant kClassConstants[] = {
-    {onuQos::TCONT_RATE_GRANULARITY,           1024,    64},
-    {onuQos::TCONT_PROFILE_RATE_MIN,           1024,    256},
-    {onuQos::TCONT_PROFILE_RATE_MAX,           9953280, 1244160},
-    {onuQos::OLT_TOTAL_RATE_MAX,               9918464, 1240640},
-    {onuQos::OLT_FIXED_RATE_MAX,               9918464, 1240640},
-    {onuQos::ONUFLOW_PROFILE_US_PEAK_RATE_DEF, 9953280, 1244160},
-    {onuQos::ONUFLOW_PROFILE_PEAK_RATE_MAX,    9953280, 1244160},
-    {onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX,    9953280, 1244160},
-};
-// clang-format on
-
 /// Runs when the library is loaded. The manager comes first so that it outlives the entity.
 const bool kRegistered = [] {
     if (!platformSingletonsAreShared()) {
@@ -62,10 +42,13 @@ const bool kRegistered = [] {
 }  // namespace
 
 onuQos::onuQos() : BLEntity("onuqos"), rpcProxy(rpcOnuqosStart, "onuqos_mng") {
-    const bool tenG = getOltPortBw();
-    for (const ClassConstant& row : kClassConstants) {
-        row.constant = tenG ? row.tenG : row.gpon;
-    }
+    const rules::ClassLimits& limits = rules::classLimits(getOltPortBw());
+    TCONT_RATE_GRANULARITY = limits.tContRateGranularity;
+    TCONT_PROFILE_RATE_MIN = limits.tContRateMin;
+    TCONT_PROFILE_RATE_MAX = limits.rateMax;
+    OLT_TOTAL_RATE_MAX = OLT_FIXED_RATE_MAX = limits.totalMax;
+    ONUFLOW_PROFILE_US_PEAK_RATE_DEF = limits.rateMax;
+    ONUFLOW_PROFILE_PEAK_RATE_MAX = ONUFLOW_PROFILE_GUAR_RATE_MAX = limits.rateMax;
 }
 
 onuQos::~onuQos() = default;

@@ -12,14 +12,14 @@
 
 #include "BLEntity.h"
 #include "Interfaces.h"
-#include "cac/cacTypes.h"
 #include "onuQosOMApi.h"
 #include "rte/BLL/core/rpcProxy.h"
+#include "rules/bindingTypes.h"
+#include "rules/cacTypes.h"
+#include "rules/tContTypes.h"
 #include "service/boundProfiles.h"
-#include "service/serviceTypes.h"
 #include "servprofile.h"
 #include "singleton.h"
-#include "tcont/tContTypes.h"
 
 /// The longest profile name, bytes.
 constexpr std::size_t kProfileNameMax = 64;
@@ -322,8 +322,8 @@ public:
     onuQosRes onuFlowProfileActionToOMApi(const onuFlowProfileAction& action,
                                           onuQosOMApi::onuQosOMApiFlowProfileAction& om) const;
 
-    /// Brings a profile, new or not, to the values of `info` that `mask` selects (flow/parms.h). Checks them
-    /// all first, as given. A profile made by the call is deleted again when a later step is refused.
+    /// Brings a profile, new or not, to the values of `info` that `mask` selects (rules/flowParms.h). Checks
+    /// them all first, as given. A profile made by the call is deleted again when a later step is refused.
     onuQosRes onuFlowProfileCreateAndSet(const std::string& name, const onuFlowProfileInfo& info,
                                          std::uint32_t mask);
 
@@ -426,22 +426,15 @@ private:
 
     using ServiceBindings = std::map<std::string, onuQosServiceIntfInfo>;
 
-    onuTContProfileRates tContProfileRatesOf(onuTContProfileType type) const;  // no lock
-
     /// Whether a configuration apply is in progress. No lock.
     static bool configurationApplying();
 
     // The caller of these holds the platform lock.
 
-    template <typename Change>
+    template <typename Step>
     onuQosRes tContProfileChange(const char* operation, const std::string& name,
-                                 onuQosOMApi::onuQosOMApiTContParm parm, Change change);
+                                 onuQosOMApi::onuQosOMApiTContParm parm, Step step);
     onuQosRes tContProfileRateSet(const std::string& name, unsigned int rate, const TContRate& row);
-    /// The two phases of create-and-set: what the profile is to become, and the steps to it.
-    onuQosRes tContProfileWantedGet(const tContProfileInfo* stored, const tContProfileInfo& info,
-                                    unsigned int mask, tContProfileInfo& wanted);
-    onuQosRes tContProfileWantedSet(const std::string& name, const tContProfileInfo& wanted,
-                                    unsigned int mask, bool existed);
 
     onuQosRes onuFlowProfileForChange(const char* operation, const std::string& name,
                                       onuFlowProfileInfo*& profile);

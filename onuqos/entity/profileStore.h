@@ -3,13 +3,14 @@
 #include <map>
 #include <string>
 
-#include "entity/log.h"
 #include "entity/onuQos.h"
 #include "servprofile.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
-/// What the two families of profiles have in common: create, delete, rename and the read operations. The
-/// families differ in what they log, which a `StoreOperation` tells, and in the platform calls they hand in.
+/// What the two families of profiles have in common: create, delete, rename, change and the read operations.
+/// The families differ in what they log, which a `StoreOperation` tells, and in the platform calls they hand
+/// in.
 
 /// The texts that an operation writes before the profile's name when it refuses; null refuses silently.
 struct StoreOperation {
@@ -20,6 +21,7 @@ struct StoreOperation {
     const char* tableFull = nullptr;
     const char* notFound = nullptr;
     const char* partOfService = nullptr;
+    const char* applied = nullptr;
     const char* notConverted = nullptr;
     const char* refused = nullptr;  ///< by the platform
 };
@@ -129,6 +131,27 @@ Res rename(const StoreOperation& operation, Table<Info>& table, const std::strin
     node.mapped().name = newName;
     table.insert(std::move(node));
     return onuQos::onuQosResOk;
+}
+
+/// `applied(name)` tells whether a binding uses the profile; `step(profile)` checks, pushes and writes.
+template <typename Info, typename Applied, typename Step>
+Res change(const StoreOperation& operation, Table<Info>& table, const std::string& name, Applied applied,
+           Step step) {
+    const WriteLock lock(operation.name);
+    if (!lock) {
+        return onuQos::onuQosResError;
+    }
+    if (name.empty()) {
+        return refuse(operation.name, operation.emptyName, name, onuQos::onuQosResError);
+    }
+    const auto found = table.find(name);
+    if (found == table.end()) {
+        return refuse(operation.name, operation.notFound, name, onuQos::onuQosResNotFound);
+    }
+    if (applied(name)) {
+        return refuse(operation.name, operation.applied, name, onuQos::onuQosResApplied);
+    }
+    return step(found->second);
 }
 
 template <typename Info>

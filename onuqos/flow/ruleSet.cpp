@@ -1,5 +1,5 @@
-#include "entity/log.h"
 #include "flow/rules.h"
+#include "support/log.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "entity/onuQos.h"
-#include "flow/parms.h"
+#include "rules/flowParms.h"
 
 /// No customer PCP in a rule.
 constexpr std::uint32_t kPcpNone = 0xFFFFFFFF;

@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "service/serviceTypes.h"
+#include "rules/bindingTypes.h"
 
 /// How many bindings name each profile, so that asking whether a profile is bound costs no walk over the
 /// bindings. Changed together with the binding table, under the exclusive platform lock.

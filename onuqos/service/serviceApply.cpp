@@ -1,7 +1,7 @@
 #include <array>
 
-#include "entity/log.h"
 #include "entity/onuQos.h"
+#include "support/log.h"
 #include "support/platformObject.h"
 
 namespace {

@@ -11,9 +11,9 @@
 #include "Interfaces.h"
 #include "Log.h"
 #include "Ports.h"
-#include "entity/features.h"
 #include "onuEquipment.h"
 #include "servprofile.h"
+#include "support/features.h"
 #include "zqbridge.h"
 
 namespace {

@@ -1,70 +1,49 @@
 #pragma once
 
 #include <array>
-#include <optional>
 
 #include "entity/onuQos.h"
+#include "rules/tContRules.h"
 
-/// What tells the three rates of a T-CONT profile apart.
+/// A rate of a T-CONT profile with its setter, and what create-and-set writes when it refuses it.
 struct TContRate {
-    onuTContProfileRateType type;
-    tContProfileParm parm;
-    bool onuTContProfileRates::*configurable;
-    std::uint32_t onuTContProfileRates::*least;  ///< the default and least non-zero value, kbit/s
-    std::uint32_t tContProfileInfo::*rate;
-    std::optional<onuTContProfileType> leadsIn;  ///< the type whose maximum is this rate and whose other is 0
-
+    const rules::TContRateKind& kind;
     onuQos::onuQosRes (onuQos::*set)(const std::string&, unsigned int);
-    const char* operation;  ///< of the setter, as in the log
-
-    // Refusals of create-and-set
+    const char* operation;  ///< the setter's name, as in the log
     const char* domainError;
     const char* notConfigurable;
     const char* setError;
 };
 
-constexpr TContRate kTContFixedRate{
-    .type = tContRateFixed,
-    .parm = tContParmFixedRate,
-    .configurable = &onuTContProfileRates::fixedRateConfigurable,
-    .least = &onuTContProfileRates::fixedRateDefault,
-    .rate = &tContProfileInfo::fixedRate,
-    .leadsIn = tContType1,
-    .set = &onuQos::tContProfileFixedRateSet,
-    .operation = "tContProfileFixedRateSet",
-    .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: fixedRate domain error: ",
-    .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: fixedRate not configurable",
-    .setError = "ONUQOS ERROR - tContProfileFixedRateSet error: name="};
-
-constexpr TContRate kTContAssuredRate{
-    .type = tContRateAssured,
-    .parm = tContParmAssuredRate,
-    .configurable = &onuTContProfileRates::assuredRateConfigurable,
-    .least = &onuTContProfileRates::assuredRateDefault,
-    .rate = &tContProfileInfo::assuredRate,
-    .leadsIn = tContType2,
-    .set = &onuQos::tContProfileAssuredRateSet,
-    .operation = "tContProfileAssuredRateSet",
-    .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: assuredRate domain error: ",
-    .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: assuredRate not configurable",
-    .setError = "ONUQOS ERROR - tContProfileAssuredRateSet error: name="};
-
-constexpr TContRate kTContMaximumRate{
-    .type = tContRateMaximum,
-    .parm = tContParmMaximumRate,
-    .configurable = &onuTContProfileRates::maximumRateConfigurable,
-    .least = &onuTContProfileRates::maximumRateDefault,
-    .rate = &tContProfileInfo::maximumRate,
-    .leadsIn = std::nullopt,
-    .set = &onuQos::tContProfileMaximumRateSet,
-    .operation = "tContProfileMaximumRateSet",
-    .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: maximumRate domain error: ",
-    .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: maximumRate not configurable",
-    .setError = "ONUQOS ERROR - tContProfileMaximumRateSet error: name="};
-
 /// In the order in which create-and-set looks at them.
-constexpr std::array<const TContRate*, 3> kTContRates{&kTContFixedRate, &kTContAssuredRate,
-                                                      &kTContMaximumRate};
+inline constexpr std::array<TContRate, 3> kTContRates{{
+    {.kind = rules::kTContFixed,
+     .set = &onuQos::tContProfileFixedRateSet,
+     .operation = "tContProfileFixedRateSet",
+     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: fixedRate domain error: ",
+     .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: fixedRate not configurable",
+     .setError = "ONUQOS ERROR - tContProfileFixedRateSet error: name="},
+    {.kind = rules::kTContAssured,
+     .set = &onuQos::tContProfileAssuredRateSet,
+     .operation = "tContProfileAssuredRateSet",
+     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: assuredRate domain error: ",
+     .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: assuredRate not configurable",
+     .setError = "ONUQOS ERROR - tContProfileAssuredRateSet error: name="},
+    {.kind = rules::kTContMaximum,
+     .set = &onuQos::tContProfileMaximumRateSet,
+     .operation = "tContProfileMaximumRateSet",
+     .domainError = "ONUQOS ERROR - tContProfileCreateAndSet: maximumRate domain error: ",
+     .notConfigurable = "ONUQOS ERROR - tContProfileCreateAndSet: maximumRate not configurable",
+     .setError = "ONUQOS ERROR - tContProfileMaximumRateSet error: name="},
+}};
 
-/// The value that stands for a type's default in the rate setters.
-constexpr std::uint32_t kTContRateDefault = 0xFFFFFFFF;
+inline constexpr const TContRate& kTContFixedRate = kTContRates[0];
+inline constexpr const TContRate& kTContAssuredRate = kTContRates[1];
+inline constexpr const TContRate& kTContMaximumRate = kTContRates[2];
+
+/// The row of a type in a rule table of the module; zeros for a type without one.
+template <typename Row>
+Row rowOf(const std::map<onuTContProfileType, Row>& table, onuTContProfileType type) {
+    const auto found = table.find(type);
+    return found == table.end() ? Row{} : found->second;
+}

@@ -1,48 +1,26 @@
-#include "tcont/rules.h"
-
 #include "Features.h"
-#include "entity/features.h"
 #include "entity/onuQos.h"
+#include "rules/tContRules.h"
+#include "support/features.h"
 #include "tcont/rates.h"
 
-static_assert(tContType3RatesAgree(256, 512) && !tContType3RatesAgree(256, 511));
-static_assert(tContType5GuaranteeValid(0, 0) && !tContType5GuaranteeValid(100, 155) &&
-              tContType5GuaranteeValid(100, 156));
-static_assert(tContType5MaximumAgrees(256, 0, 512) && !tContType5MaximumAgrees(256, 0, 511));
-static_assert(roundUp(0, 64) == 0 && roundUp(64, 64) == 64 && roundUp(65, 64) == 128);
-
-namespace {
-
-/// The row of a type; zeros for a type without one.
-template <typename Row>
-Row rowOf(const std::map<onuTContProfileType, Row>& table, onuTContProfileType type) {
-    const auto found = table.find(type);
-    return found == table.end() ? Row{} : found->second;
-}
-
-}  // namespace
-
 void onuQos::onuTContProfileRatesSet() {
-    for (const auto& [type, rates] : kTContRateRules) {
+    for (const auto& [type, rates] : rules::kTContRateRules) {
         onuTContProfileRatesMap.emplace(type, rates);
     }
 }
 
 void onuQos::onuTContProfileSrDbaConfSet() {
-    for (const auto& [type, srdba] : kTContSrdbaRules) {
+    for (const auto& [type, srdba] : rules::kTContSrdbaRules) {
         onuTContProfileSrdbaMap.emplace(type, srdba);
     }
 }
 
-onuTContProfileRates onuQos::tContProfileRatesOf(onuTContProfileType type) const {
-    return rowOf(onuTContProfileRatesMap, type);
-}
-
 bool onuQos::tContProfileIsRateConfigurable(onuTContProfileType type, onuTContProfileRateType rate) {
-    const auto rates = tContProfileRatesOf(type);
-    for (const TContRate* row : kTContRates) {
-        if (row->type == rate) {
-            return rates.*row->configurable;
+    const auto rates = rowOf(onuTContProfileRatesMap, type);
+    for (const rules::TContRateKind& kind : rules::kTContRateKinds) {
+        if (kind.type == rate) {
+            return rates.*kind.configurable;
         }
     }
     return false;
@@ -63,7 +41,7 @@ bool onuQos::tContProfileIsSrdbaConfigurable(onuTContProfileType type, onuTContP
 }
 
 onuQos::onuQosRes onuQos::tContProfileDefaultTypeGet(onuTContProfileType type, tContProfileInfo& info) {
-    const auto rates = tContProfileRatesOf(type);
+    const auto rates = rowOf(onuTContProfileRatesMap, type);
     const auto srdba = rowOf(onuTContProfileSrdbaMap, type);
     info.tContId = kTContIdDefault;
     info.tContType = tContType5;  // whatever was asked: the mask tells other types by it
@@ -88,7 +66,7 @@ void onuQos::tContProfileDefaultSet(tContProfileInfo& info) {
 onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, unsigned int& mask) {
     tContProfileInfo defaults;
     tContProfileDefaultTypeGet(info.tContType, defaults);
-    const auto rates = tContProfileRatesOf(info.tContType);
+    const auto rates = rowOf(onuTContProfileRatesMap, info.tContType);
     const auto srdba = rowOf(onuTContProfileSrdbaMap, info.tContType);
 
     unsigned int differing = 0;
@@ -97,8 +75,8 @@ onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, 
     };
     note(tContParmId, true, info.tContId != defaults.tContId);
     note(tContParmType, true, info.tContType != defaults.tContType);
-    for (const TContRate* row : kTContRates) {
-        note(row->parm, rates.*row->configurable, info.*row->rate != defaults.*row->rate);
+    for (const rules::TContRateKind& kind : rules::kTContRateKinds) {
+        note(kind.parm, rates.*kind.configurable, info.*kind.stored != defaults.*kind.stored);
     }
     note(tContParmAllocType, srdba.allocTypeConfigurable, info.dbaAllocType != defaults.dbaAllocType);
     note(tContParmWeight, srdba.weightConfigurable, info.dbaWeight != defaults.dbaWeight);
@@ -109,5 +87,5 @@ onuQos::onuQosRes onuQos::onuQosTContProfileParmsMaskSet(tContProfileInfo info, 
 
 unsigned int onuQos::onuQosRoundRateTcont(unsigned int rate, onuTContProfileRateType type) const {
     const bool highRate = isActive(kHighRateFeature) || isActive(kTenGFeature);
-    return roundUp(rate, tContRateStep(highRate, type, rate));
+    return rules::tContRateRounded(rules::classLimits(highRate), type, rate);
 }

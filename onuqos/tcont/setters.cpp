@@ -1,110 +1,124 @@
-#include <optional>
-
-#include "entity/log.h"
-#include "entity/onuQos.h"
+#include "entity/profileStore.h"
+#include "entity/ruleResult.h"
 #include "tcont/rates.h"
-#include "tcont/rules.h"
 
-/// What every setter does before and after its own part: lock, name and use of the profile; then the push and
-/// the write. `change(wanted, om)` alters a copy of the profile and fills what the platform is to take; it
-/// answers a result when there is nothing to push.
-template <typename Change>
+namespace {
+
+using Om = onuQosOMApi::onuQosOMApiTContProfileInfo;
+
+/// What a step answers: a result that ends the setter, or nothing when `om` is to be pushed.
+using Answer = std::optional<onuQos::onuQosRes>;
+constexpr Answer kPush = std::nullopt;
+
+// The steps of the setters: each changes a copy of the profile, and fills what the platform is to take.
+
+Answer takeId(unsigned int id, tContProfileInfo& wanted, Om& om) {
+    if (id == wanted.tContId) {
+        return onuQos::onuQosResOk;
+    }
+    if (id > kTContIdMax) {
+        return onuQos::onuQosResOutOfRange;
+    }
+    om.tContId = wanted.tContId = id;
+    return kPush;
+}
+
+Answer takeType(onuTContProfileType type, const onuTContProfileRates& rates, tContProfileInfo& wanted,
+                Om& om) {
+    if (type == wanted.tContType) {
+        return onuQos::onuQosResOk;
+    }
+    if (!rules::tContTypeExists(type)) {
+        return onuQos::onuQosResError;
+    }
+    om.tContId = wanted.tContId;
+    om.tContType = wanted.tContType = type;
+    om.fixedRate = wanted.fixedRate = rates.fixedRateDefault;
+    om.assuredRate = wanted.assuredRate = rates.assuredRateDefault;
+    om.maximumRate = wanted.maximumRate = rates.maximumRateDefault;
+    return kPush;
+}
+
+Answer takeRates(const rules::RateVerdict& verdict, tContProfileInfo& wanted, Om& om) {
+    if (!verdict) {
+        return resultOf(verdict.result());
+    }
+    if (verdict.rates == rules::ratesOf(wanted)) {
+        return onuQos::onuQosResOk;
+    }
+    om.fixedRate = wanted.fixedRate = verdict.rates.fixed;
+    om.assuredRate = wanted.assuredRate = verdict.rates.assured;
+    om.maximumRate = wanted.maximumRate = verdict.rates.maximum;
+    return kPush;
+}
+
+Answer takeAllocType(onuTContProfileDbaCtrlMode mode, bool configurable, tContProfileInfo& wanted, Om& om) {
+    if (!configurable) {
+        return onuQos::onuQosResOutOfRange;
+    }
+    if (mode == wanted.dbaAllocType) {
+        return onuQos::onuQosResOk;
+    }
+    if (mode != tContDbaMode1 && mode != tContDbaMode2) {
+        return onuQos::onuQosResOutOfRange;
+    }
+    om.dbaAllocType = wanted.dbaAllocType = mode;
+    om.dbaWeight = wanted.dbaWeight;
+    om.dbaPriority = wanted.dbaPriority;
+    return kPush;
+}
+
+}  // namespace
+
+template <typename Step>
 onuQos::onuQosRes onuQos::tContProfileChange(const char* operation, const std::string& name,
-                                             onuQosOMApi::onuQosOMApiTContParm parm, Change change) {
-    const WriteLock lock(operation);
-    if (!lock || name.empty()) {
-        return onuQosResError;
-    }
-    const auto found = tContProfileMap.find(name);
-    if (found == tContProfileMap.end()) {
-        return onuQosResNotFound;
-    }
-    if (tContProfileIsApplied(name)) {
-        return onuQosResApplied;
-    }
-    tContProfileInfo wanted = found->second;
-    onuQosOMApi::onuQosOMApiTContProfileInfo om{};
-    if (const std::optional<onuQosRes> answer = change(wanted, om)) {
-        return *answer;
-    }
+                                             onuQosOMApi::onuQosOMApiTContParm parm, Step step) {
+    return profileStore::change(
+        {.name = operation}, tContProfileMap, name,
+        [this](const std::string& profile) { return tContProfileIsApplied(profile); },
+        [&](tContProfileInfo& profile) {
+            tContProfileInfo wanted = profile;
+            Om om{};
+            if (const Answer answer = step(wanted, om)) {
+                return *answer;
+            }
 
-    if (OMApi.onuTContProfileParmsSet(name, om, parm) != 0) {
-        logError(operation, "ONUQOS ERROR - OMApi.onuTContProfileParmsSet() failed for profile: ", name);
-        return onuQosResError;
-    }
+            if (OMApi.onuTContProfileParmsSet(name, om, parm) != 0) {
+                logError(operation,
+                         "ONUQOS ERROR - OMApi.onuTContProfileParmsSet() failed for profile: ", name);
+                return onuQosResError;
+            }
 
-    found->second = std::move(wanted);
-    return onuQosResOk;
+            profile = std::move(wanted);
+            return onuQosResOk;
+        });
 }
 
 onuQos::onuQosRes onuQos::tContProfileIdSet(const std::string& name, unsigned int id) {
     return tContProfileChange(
         "tContProfileIdSet", name, onuQosOMApi::onuQosOMApiTContParmId,
-        [id = id == 0 ? kTContIdDefault : id](auto& wanted, auto& om) -> std::optional<onuQosRes> {
-            if (id == wanted.tContId) {
-                return onuQosResOk;
-            }
-            if (id > kTContIdMax) {
-                return onuQosResOutOfRange;
-            }
-            om.tContId = wanted.tContId = id;
-            return std::nullopt;
-        });
+        [=](auto& wanted, auto& om) { return takeId(id == 0 ? kTContIdDefault : id, wanted, om); });
 }
 
 onuQos::onuQosRes onuQos::tContProfileTypeSet(const std::string& name, onuTContProfileType type) {
+    const onuTContProfileType wantedType = type == tContTypeDefault ? tContType5 : type;
     return tContProfileChange("tContProfileTypeSet", name, onuQosOMApi::onuQosOMApiTContParmType,
-                              [this, type = type == tContTypeDefault ? tContType5 : type](
-                                  auto& wanted, auto& om) -> std::optional<onuQosRes> {
-                                  if (type == wanted.tContType) {
-                                      return onuQosResOk;
-                                  }
-                                  if (type < tContType1 || type > tContType5) {
-                                      return onuQosResError;
-                                  }
-                                  const auto rates = tContProfileRatesOf(type);
-                                  om.tContId = wanted.tContId;
-                                  om.tContType = wanted.tContType = type;
-                                  om.fixedRate = wanted.fixedRate = rates.fixedRateDefault;
-                                  om.assuredRate = wanted.assuredRate = rates.assuredRateDefault;
-                                  om.maximumRate = wanted.maximumRate = rates.maximumRateDefault;
-                                  return std::nullopt;
+                              [=, this](auto& wanted, auto& om) {
+                                  return takeType(wantedType, rowOf(onuTContProfileRatesMap, wantedType),
+                                                  wanted, om);
                               });
 }
 
 onuQos::onuQosRes onuQos::tContProfileRateSet(const std::string& name, unsigned int rate,
                                               const TContRate& row) {
-    return tContProfileChange(row.operation, name, onuQosOMApi::onuQosOMApiTContParmRates,
-                              [this, rate, &row](auto& wanted, auto& om) -> std::optional<onuQosRes> {
-                                  const auto rates = tContProfileRatesOf(wanted.tContType);
-                                  const std::uint32_t least = rates.*row.least;
-                                  if (!(rates.*row.configurable)) {
-                                      return onuQosResOutOfRange;
-                                  }
-                                  std::uint32_t value = rate;
-                                  if (rate == kTContRateDefault) {
-                                      value = least;
-                                  } else if (rate < least || rate > TCONT_PROFILE_RATE_MAX) {
-                                      return onuQosResRateError;  // 0 passes only where the default is 0
-                                  } else if (rate != 0) {
-                                      value = onuQosRoundRateTcont(rate, row.type);
-                                  }
-                                  if (value == wanted.*row.rate) {
-                                      return onuQosResOk;
-                                  }
-                                  if (wanted.tContType == row.leadsIn) {
-                                      wanted.fixedRate = wanted.assuredRate = 0;
-                                      wanted.maximumRate = value;
-                                  }
-                                  wanted.*row.rate = value;
-                                  if (!tContRatesAgree(wanted)) {
-                                      return onuQosResRateError;
-                                  }
-                                  om.fixedRate = wanted.fixedRate;
-                                  om.assuredRate = wanted.assuredRate;
-                                  om.maximumRate = wanted.maximumRate;
-                                  return std::nullopt;
-                              });
+    const auto round = [&](std::uint32_t value) { return onuQosRoundRateTcont(value, row.kind.type); };
+    return tContProfileChange(
+        row.operation, name, onuQosOMApi::onuQosOMApiTContParmRates, [&](auto& wanted, auto& om) {
+            const auto verdict = rules::tContRateVerdict(
+                rowOf(onuTContProfileRatesMap, wanted.tContType), row.kind, wanted.tContType,
+                rules::ratesOf(wanted), rate, rules::limitsOf(TCONT_RATE_GRANULARITY), round);
+            return takeRates(verdict, wanted, om);
+        });
 }
 
 onuQos::onuQosRes onuQos::tContProfileFixedRateSet(const std::string& name, unsigned int rate) {
@@ -122,42 +136,31 @@ onuQos::onuQosRes onuQos::tContProfileMaximumRateSet(const std::string& name, un
 onuQos::onuQosRes onuQos::tContProfileAllocTypeSet(const std::string& name, onuTContProfileDbaCtrlMode mode) {
     return tContProfileChange(
         "tContProfileAllocTypeSet", name, onuQosOMApi::onuQosOMApiTContParmAllocType,
-        [this, mode](auto& wanted, auto& om) -> std::optional<onuQosRes> {
-            if (!tContProfileIsSrdbaConfigurable(wanted.tContType, tContSrdbaAllocType)) {
-                return onuQosResOutOfRange;
-            }
-            if (mode == wanted.dbaAllocType) {
-                return onuQosResOk;
-            }
-            if (mode != tContDbaMode1 && mode != tContDbaMode2) {
-                return onuQosResOutOfRange;
-            }
-            om.dbaAllocType = wanted.dbaAllocType = mode;
-            om.dbaWeight = wanted.dbaWeight;
-            om.dbaPriority = wanted.dbaPriority;
-            return std::nullopt;
+        [=, this](auto& wanted, auto& om) {
+            return takeAllocType(mode, tContProfileIsSrdbaConfigurable(wanted.tContType, tContSrdbaAllocType),
+                                 wanted, om);
         });
 }
 
 onuQos::onuQosRes onuQos::tContProfileSrdbaWeightSet(const std::string& name, unsigned int weight) {
     return tContProfileChange("tContProfileSrdbaWeightSet", name, onuQosOMApi::onuQosOMApiTContParmWeight,
-                              [this, weight](auto& wanted, auto& om) -> std::optional<onuQosRes> {
+                              [=, this](auto& wanted, auto& om) -> Answer {
                                   if (!tContProfileIsSrdbaConfigurable(wanted.tContType, tContSrdbaWeight)) {
                                       return onuQosResOutOfRange;
                                   }
                                   om.dbaWeight = wanted.dbaWeight = weight;
-                                  return std::nullopt;
+                                  return kPush;
                               });
 }
 
 onuQos::onuQosRes onuQos::tContProfileSrdbaPrioritySet(const std::string& name, unsigned int priority) {
     return tContProfileChange(
         "tContProfileSrdbaPrioritySet", name, onuQosOMApi::onuQosOMApiTContParmPriority,
-        [this, priority](auto& wanted, auto& om) -> std::optional<onuQosRes> {
+        [=, this](auto& wanted, auto& om) -> Answer {
             if (!tContProfileIsSrdbaConfigurable(wanted.tContType, tContSrdbaPriority)) {
                 return onuQosResOutOfRange;
             }
             om.dbaPriority = wanted.dbaPriority = priority;
-            return std::nullopt;
+            return kPush;
         });
 }

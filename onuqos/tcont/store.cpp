@@ -1,6 +1,6 @@
-#include "entity/log.h"
 #include "entity/onuQos.h"
 #include "entity/profileStore.h"
+#include "support/log.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "cac/limits.h"
-#include "cac/overhead.h"
 #include "moduleTest.h"
+#include "rules/limits.h"
+#include "rules/overhead.h"
 
 // Bandwidth admission control: the functions of rates and sums, the accounting, the checks and the alarm.
 
 namespace {
 
-using cac::Overhead;
+using rules::Overhead;
 constexpr std::uint32_t kMost = 0xFFFFFFFF;
 
 /// `percent` of `rate`, truncated, and up to the next multiple of 64.
@@ -58,18 +58,18 @@ TEST(CacFunctions, overheadsOnBothSidesOfEachBoundary) {
                                    {8000, 51, 29},  {16000, 29, 19},  {32000, 19, 13}, {64000, 13, 10},
                                    {128000, 10, 9}, {256000, 9, 8}};
     for (const auto& [at, below, above] : kFixed) {
-        EXPECT_EQ(cac::tContOverhead(at - 1, 0), (Overhead{share(at - 1, below), 0})) << at;
-        EXPECT_EQ(cac::tContOverhead(at, 0), (Overhead{share(at, above), 0})) << at;
+        EXPECT_EQ(rules::tContOverhead(at - 1, 0), (Overhead{share(at - 1, below), 0})) << at;
+        EXPECT_EQ(rules::tContOverhead(at, 0), (Overhead{share(at, above), 0})) << at;
     }
     constexpr Boundary kAssured[] = {{2048, 50, 44},  {4032, 44, 26}, {8000, 26, 16}, {16000, 16, 12},
                                      {32000, 12, 10}, {64000, 10, 8}, {512000, 8, 7}};
     for (const auto& [at, below, above] : kAssured) {
-        EXPECT_EQ(cac::tContOverhead(0, at - 1), (Overhead{0, share(at - 1, below)})) << at;
-        EXPECT_EQ(cac::tContOverhead(0, at), (Overhead{0, share(at, above)})) << at;
+        EXPECT_EQ(rules::tContOverhead(0, at - 1), (Overhead{0, share(at - 1, below)})) << at;
+        EXPECT_EQ(rules::tContOverhead(0, at), (Overhead{0, share(at, above)})) << at;
     }
-    EXPECT_EQ(cac::tContOverhead(2048, 2048), (Overhead{1984, 960}));
-    EXPECT_EQ(cac::tContOverhead(1, 1), (Overhead{64, 0})) << "half a kbit/s is truncated";
-    EXPECT_EQ(cac::tContOverhead(kMost, 0), (Overhead{42949696, 0})) << "the product has 32 bits";
+    EXPECT_EQ(rules::tContOverhead(2048, 2048), (Overhead{1984, 960}));
+    EXPECT_EQ(rules::tContOverhead(1, 1), (Overhead{64, 0})) << "half a kbit/s is truncated";
+    EXPECT_EQ(rules::tContOverhead(kMost, 0), (Overhead{42949696, 0})) << "the product has 32 bits";
 
     struct Row {
         std::uint32_t alloc, fixed, assured;
@@ -77,9 +77,9 @@ TEST(CacFunctions, overheadsOnBothSidesOfEachBoundary) {
     constexpr Row kRows[] = {{0, 256, 960},     {511, 256, 960},   {512, 512, 1216},   {1023, 512, 1216},
                              {1024, 960, 1664}, {2047, 960, 1664}, {2048, 1920, 2432}, {kMost, 1920, 2432}};
     for (const auto& [alloc, fixed, assured] : kRows) {
-        EXPECT_EQ(cac::onuOverhead(false, alloc, 700), (Overhead{fixed, 1216})) << alloc;
-        EXPECT_EQ(cac::onuOverhead(false, 1500, alloc), (Overhead{960, assured})) << alloc;
-        EXPECT_EQ(cac::onuOverhead(true, alloc, alloc), (Overhead{1920, 11520})) << alloc;
+        EXPECT_EQ(rules::onuOverhead(false, alloc, 700), (Overhead{fixed, 1216})) << alloc;
+        EXPECT_EQ(rules::onuOverhead(false, 1500, alloc), (Overhead{960, assured})) << alloc;
+        EXPECT_EQ(rules::onuOverhead(true, alloc, alloc), (Overhead{1920, 11520})) << alloc;
     }
 }
 
@@ -89,22 +89,22 @@ TEST(CacFunctions, maxFixedRateOverDistances) {
         {3, 60, 6024, 0},        {2, 60, 0, 0},     {8, 60, 61024, 47072},      {7, 60, 50024, 0},
         {0, kMost, 0, 0},        {20, 19, 0, 0},    {kMost, 0, 567024, 4137072}};
     for (const auto& [min, max, gpon, tenG] : kRows) {
-        EXPECT_EQ(cac::maxFixedRate(oltPortBwGpon, min, max), gpon) << min << " to " << max;
-        EXPECT_EQ(cac::maxFixedRate(oltPortBw10G, min, max), tenG) << min << " to " << max;
+        EXPECT_EQ(rules::maxFixedRate(oltPortBwGpon, min, max), gpon) << min << " to " << max;
+        EXPECT_EQ(rules::maxFixedRate(oltPortBw10G, min, max), tenG) << min << " to " << max;
     }
 }
 
 TEST(CacFunctions, verdictsNameTheLimitAndWhatIsMissing) {
-    using enum cac::Limit;
-    const auto expect = [](const cac::Verdict& verdict, cac::Limit binding, std::uint64_t missing) {
+    using enum rules::Limit;
+    const auto expect = [](const rules::Verdict& verdict, rules::Limit binding, std::uint64_t missing) {
         EXPECT_EQ(verdict.binding, binding);
         EXPECT_EQ(verdict.missing, missing);
     };
-    expect(cac::actualVerdict(101, 50, 100, 100), fixed, 1);  // the fixed limit comes first
-    expect(cac::actualVerdict(kMost, kMost, kMost, kMost), total, kMost);
-    expect(cac::portVerdict({.fixedAlloc = 2, .assuredAlloc = kMost}, 100, 150), total, kMost - 148ULL);
+    expect(rules::actualVerdict(101, 50, 100, 100), fixed, 1);  // the fixed limit comes first
+    expect(rules::actualVerdict(kMost, kMost, kMost, kMost), total, kMost);
+    expect(rules::portVerdict({.fixedAlloc = 2, .assuredAlloc = kMost}, 100, 150), total, kMost - 148ULL);
     // The sums of the estimated check are 32 bits wide.
-    expect(cac::estimatedVerdict({.fixedAlloc = kMost, .assuredAlloc = 7}, 1, 3, 100, 150), none, 0);
+    expect(rules::estimatedVerdict({.fixedAlloc = kMost, .assuredAlloc = 7}, 1, 3, 100, 150), none, 0);
 }
 
 TEST_F(CacTest, removalTakesOffWhatWasAddedInWhateverOrder) {

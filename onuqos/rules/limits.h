@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-#include "cac/cacTypes.h"
+#include "rules/cacTypes.h"
 
 /// The limits of a PON port and the verdicts on what is asked of it: functions of their inputs alone. Rates
 /// in kbit/s.
-namespace cac {
+namespace rules {
 
 /// The largest sum of fixed rates that a port can carry over its fibre distances. The larger the difference
 /// between the nearest and the farthest ONU, the less. Where the difference takes more than there is, no
@@ -81,4 +81,4 @@ constexpr std::uint32_t remaining(std::uint32_t limit, std::uint64_t used) {
     return used < limit ? static_cast<std::uint32_t>(limit - used) : 0;
 }
 
-}  // namespace cac
+}  // namespace rules

@@ -7,7 +7,7 @@
 
 /// The bandwidth that T-CONTs and ONUs take on top of their rates, kbit/s: functions of rates and sums alone,
 /// the same in both bandwidth classes.
-namespace cac {
+namespace rules {
 
 struct Overhead {
     std::uint32_t fixed = 0;
@@ -75,4 +75,4 @@ constexpr Overhead onuOverhead(bool firstOnPort, std::uint32_t fixedAlloc, std::
     return {.fixed = bandValue(kOnuFixed, fixedAlloc), .assured = bandValue(kOnuAssured, assuredAlloc)};
 }
 
-}  // namespace cac
+}  // namespace rules
