@@ -10,14 +10,8 @@
 namespace common {
 namespace {
 
-constexpr unsigned kBitsPerByte = 8;
-
-unsigned bitOf(unsigned vlan) {
-    return 1U << (kBitsPerByte - 1 - vlan % kBitsPerByte);
-}
-
 std::uint16_t parseVlan(const std::string& text) {
-    return static_cast<std::uint16_t>(parseUnsigned(text, "VLAN id", {0, kVlanMax}));
+    return static_cast<std::uint16_t>(parseUnsigned(text, "VLAN id", {0, kVlanIdMax}));
 }
 
 }  // namespace
@@ -56,24 +50,6 @@ std::string formatVlans(const VlanList& vlans) {
         first = last + 1;
     }
     return text;
-}
-
-void vlansToBitmap(const VlanList& vlans, std::span<char, kVlanBitmapBytes> bitmap) {
-    std::fill(bitmap.begin(), bitmap.end(), '\0');
-    for (const std::uint16_t vlan : vlans) {
-        char& byte = bitmap[vlan / kBitsPerByte];
-        byte = static_cast<char>(static_cast<unsigned char>(byte) | bitOf(vlan));
-    }
-}
-
-VlanList vlansFromBitmap(std::span<const char, kVlanBitmapBytes> bitmap) {
-    VlanList vlans;
-    for (unsigned vlan = 0; vlan <= kVlanMax; ++vlan) {
-        if ((static_cast<unsigned char>(bitmap[vlan / kBitsPerByte]) & bitOf(vlan)) != 0) {
-            vlans.push_back(static_cast<std::uint16_t>(vlan));
-        }
-    }
-    return vlans;
 }
 
 }  // namespace common

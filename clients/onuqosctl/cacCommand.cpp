@@ -66,7 +66,7 @@ Capacities capacitiesFrom(Session& session, const Options& options) {
         capacities.fixed = common::parseRate(options.fixedCapacity.text());
     }
     capacities.total = options.capacity.present() ? common::parseRate(options.capacity.text())
-                                                  : askPortClass(session, "cac show").capacity;
+                                                  : askPortClass(session, "cac show").totalMax;
     return capacities;
 }
 

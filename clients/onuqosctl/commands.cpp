@@ -28,10 +28,10 @@ common::Given addName(const common::Command& command, const std::string& placeho
     return command.argument(placeholder, help);
 }
 
-PortClass askPortClass(Session& session, const std::string& request) {
+rules::ClassLimits askPortClass(Session& session, const std::string& request) {
     const auto& reply = session.program.ask(rpc_onu_qos_port_ranges_get_1);
     session.require(Family::tcont, resultOf(reply), request);
-    return reply.data.tContRateGranularity == kTenG.granularity ? kTenG : kGpon;
+    return rules::limitsOf(reply.data.tContRateGranularity);
 }
 
 }  // namespace onuqosctl

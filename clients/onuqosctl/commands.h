@@ -43,6 +43,6 @@ common::Given addName(const common::Command& command, const std::string& placeho
                       const std::string& help);
 
 /// The bandwidth class of the OLT, from the module. Throws Refusal.
-PortClass askPortClass(Session& session, const std::string& request);
+rules::ClassLimits askPortClass(Session& session, const std::string& request);
 
 }  // namespace onuqosctl

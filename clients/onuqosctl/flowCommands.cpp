@@ -1,6 +1,8 @@
 #include "clients/onuqosctl/flowAttributes.h"
 #include "clients/onuqosctl/flowProfile.h"
 #include "clients/onuqosctl/profileCommands.h"
+#include "rules/flowRules.h"
+#include "rules/vlanBitmap.h"
 
 namespace onuqosctl {
 namespace {
@@ -12,7 +14,7 @@ constexpr const char* kVlanHint = "VLAN ids 1 to 4094 can be matched";
 
 /// The smallest and the largest VLAN id are reserved; the module refuses them without saying why.
 bool holdsReservedVlan(const common::VlanList& vlans) {
-    return !vlans.empty() && (vlans.front() == 0 || vlans.back() == common::kVlanMax);
+    return !rules::vlansValid(vlans);
 }
 
 std::string vlanHint(std::int32_t result, const common::VlanList& vlans) {
@@ -23,7 +25,7 @@ std::int32_t setVlans(Session& session, const std::string& name, const common::V
                       rpcOnuFlowProfileOperation operation) {
     rpcOnuFlowProfileRule rule{};
     rule.cPcp = -1;
-    common::vlansToBitmap(vlans, rule.cVlan);
+    rules::vlansToBitmap(vlans, rule.cVlan);
     rule.ruleType = rpcOnuFlowProfileRuleTypeCVlan;
     rule.operation = operation;
     return resultOf(session.program.tell(rpc_onuflowprofile_rule_set_1, name, rule));
@@ -137,7 +139,7 @@ gives 128, where create and set --together refuse 100.
             const FlowAttribute& attribute = *assignment.attribute;
             mask |= attribute.bit;
             if (attribute.kind == FlowAttribute::Kind::vlans) {
-                common::vlansToBitmap(assignment.vlans, record.rule.cVlan);
+                rules::vlansToBitmap(assignment.vlans, record.rule.cVlan);
                 reservedVlan = holdsReservedVlan(assignment.vlans);
             } else if (attribute.kind == FlowAttribute::Kind::pcp) {
                 record.rule.cPcp = pcpOf(assignment);

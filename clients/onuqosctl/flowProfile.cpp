@@ -5,6 +5,7 @@
 
 #include "clients/onuqosctl/wireName.h"
 #include "common/table.h"
+#include "rules/vlanBitmap.h"
 
 namespace onuqosctl {
 namespace {
@@ -42,7 +43,7 @@ FlowProfile flowFromWire(const rpcOnuFlowProfileInfo& record) {
     FlowProfile profile;
     profile.name = nameFromWire(record.name);
     profile.pcp = record.rule.cPcp;
-    profile.vlans = common::vlansFromBitmap(record.rule.cVlan);
+    profile.vlans = rules::vlansFromBitmap(record.rule.cVlan);
     profile.action = record.action;
     return profile;
 }

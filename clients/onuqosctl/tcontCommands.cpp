@@ -110,7 +110,7 @@ std::string createAndSetHint(Session& session, std::int32_t result, const std::s
     if (result != rpcTContProfileResOutOfRange && result != rpcTContProfileResRateError) {
         return "";
     }
-    const PortClass portClass = askPortClass(session, request);
+    const rules::ClassLimits portClass = askPortClass(session, request);
     if (result == rpcTContProfileResOutOfRange) {
         const std::string bound = explainBounds(wanted.type, wanted.rates, portClass);
         return explainType(wanted.type) + (bound.empty() ? "" : "; " + bound);
@@ -148,7 +148,7 @@ std::string whySetterRefused(Session& session, std::int32_t result, const std::s
     rates.*assignment.attribute->rate = assignment.asksForDefaultRate()
                                             ? typeDefaults(stored.type).*assignment.attribute->rate
                                             : assignment.value;
-    const PortClass portClass = askPortClass(session, "tcont set");
+    const rules::ClassLimits portClass = askPortClass(session, "tcont set");
     const std::string bound = explainBounds(stored.type, rates, portClass);
     if (!bound.empty()) {
         return bound;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
@@ -10,101 +9,79 @@
 namespace onuqosctl {
 namespace {
 
-// The least sum of fixed and assured rate of type 5, and what types 3 and 5 must leave above the guaranteed
-// rates.
-constexpr std::uint32_t kLeast = 256;
-
-// Fixed rates above this have a step of their own.
-constexpr std::uint32_t kFineFixedRates = 25600;
+using rules::kTContRateMargin;
+using rules::RateReason;
 
 struct Rate {
     const char* name;
     const char* option;
-    std::uint32_t TContRates::*value;
-};
-constexpr Rate kFixed{"fixed", "--fixed", &TContRates::fixed};
-constexpr Rate kAssured{"assured", "--assured", &TContRates::assured};
-constexpr Rate kMaximum{"maximum", "--maximum", &TContRates::maximum};
-
-struct TypeRule {
-    std::uint32_t type;
-    bool fixed, assured, maximum;  // may be set
-    TContRates defaults;
-    const char* carries;
+    const rules::TContRateKind& kind;
 };
 
-constexpr TypeRule kTypeRules[] = {
-    {1, true, false, false, {256, 0, 256}, "type 1 carries a fixed rate only, which is the maximum too"},
-    {2, false, true, false, {0, 256, 256}, "type 2 carries an assured rate only, which is the maximum too"},
-    {3, false, true, true, {0, 256, 512}, "type 3 carries an assured and a maximum rate"},
-    {4, false, false, true, {0, 0, 256}, "type 4 carries a maximum rate only"},
-    {5, true, true, true, {0, 0, 256}, "type 5 carries a fixed, an assured and a maximum rate"},
-};
+constexpr Rate kRates[] = {{"fixed", "--fixed", rules::kTContFixed},
+                           {"assured", "--assured", rules::kTContAssured},
+                           {"maximum", "--maximum", rules::kTContMaximum}};
 
-const TypeRule* ruleOf(std::uint32_t type) {
-    const auto* rule = std::find_if(std::begin(kTypeRules), std::end(kTypeRules),
-                                    [type](const TypeRule& candidate) { return candidate.type == type; });
-    return rule == std::end(kTypeRules) ? nullptr : rule;
-}
+constexpr const char* kCarries[] = {"type 1 carries a fixed rate only, which is the maximum too",
+                                    "type 2 carries an assured rate only, which is the maximum too",
+                                    "type 3 carries an assured and a maximum rate",
+                                    "type 4 carries a maximum rate only",
+                                    "type 5 carries a fixed, an assured and a maximum rate"};
 
-std::uint32_t roundUp(std::uint32_t rate, std::uint32_t step) {
-    const std::uint64_t steps = (std::uint64_t{rate} + step - 1) / step;
-    return static_cast<std::uint32_t>(steps * step);
-}
-
-std::uint64_t sum(const TContRates& rates) {
-    return std::uint64_t{rates.fixed} + rates.assured;
+onuTContProfileType typeOf(std::uint32_t type) {
+    return onuTContProfileType{static_cast<std::int32_t>(type)};
 }
 
 /// Which rule between the rates of a type they break; empty for none.
 std::string brokenRule(std::uint32_t type, const TContRates& rates) {
-    if (type == 3 && rates.maximum < std::uint64_t{rates.assured} + kLeast) {
-        return "type 3 needs a maximum rate of at least the assured rate + 256 kbit/s";
+    switch (rules::tContRatesReason(typeOf(type), rates)) {
+        case RateReason::type3Maximum:
+            return "type 3 needs a maximum rate of at least the assured rate + 256 kbit/s";
+        case RateReason::type5Guarantee:
+            return "type 5 needs fixed + assured rate to be 0 or at least 256 kbit/s";
+        case RateReason::type5Maximum:
+            return "type 5 needs a maximum rate of at least fixed + assured rate + 256 kbit/s";
+        default:
+            return "";
     }
-    if (type == 5 && sum(rates) != 0 && sum(rates) < kLeast) {
-        return "type 5 needs fixed + assured rate to be 0 or at least 256 kbit/s";
-    }
-    if (type == 5 && rates.maximum < sum(rates) + kLeast) {
-        return "type 5 needs a maximum rate of at least fixed + assured rate + 256 kbit/s";
-    }
-    return "";
 }
 
 /// Which bound of its own a rate is outside of; empty for none.
-std::string brokenBound(const Rate& rate, const TypeRule& rule, const TContRates& rates,
-                        const PortClass& portClass) {
-    const std::uint32_t value = rates.*rate.value;
-    const std::uint32_t least = rule.defaults.*rate.value;
-    if (value >= least && value <= portClass.largestRate) {
-        return "";
+std::string brokenBound(const Rate& rate, std::uint32_t type, std::uint32_t value,
+                        const ClassLimits& limits) {
+    const std::uint32_t least = rules::tContRateRules(typeOf(type)).*rate.kind.least;
+    const auto sentence = [&](const std::string& bound) {
+        return std::string("the ") + rate.name + " rate must be at " + bound + " kbit/s for type " +
+               std::to_string(type);
+    };
+    switch (rules::tContRateBound(least, value, limits)) {
+        case RateReason::belowLeast:
+            return sentence("least " + std::to_string(least));
+        case RateReason::aboveMost:
+            return sentence("most " + std::to_string(limits.rateMax)) + ", as onuqosctl ranges shows";
+        default:
+            return "";
     }
-    return std::string("the ") + rate.name + " rate must be at " +
-           (value < least ? "least " + std::to_string(least)
-                          : "most " + std::to_string(portClass.largestRate)) +
-           " kbit/s for type " + std::to_string(rule.type) +
-           (value < least ? "" : ", as onuqosctl ranges shows");
 }
 
 }  // namespace
 
-TContRates roundedUp(const TContRates& rates, const PortClass& portClass) {
-    return {roundUp(rates.fixed, rates.fixed > kFineFixedRates ? portClass.fixedRateStep : portClass.step),
-            roundUp(rates.assured, portClass.step), roundUp(rates.maximum, portClass.step)};
+TContRates roundedUp(const TContRates& rates, const ClassLimits& limits) {
+    TContRates rounded;
+    for (const rules::TContRateKind& kind : rules::kTContRateKinds) {
+        rounded.*kind.value = rules::tContRateRounded(limits, kind.type, rates.*kind.value);
+    }
+    return rounded;
 }
 
 TContRates typeDefaults(std::uint32_t type) {
-    const TypeRule* rule = ruleOf(type);
-    return rule != nullptr ? rule->defaults : TContRates{0, 0, 0};
+    return rules::tContDefaultRates(typeOf(type));
 }
 
-std::string explainBounds(std::uint32_t type, const TContRates& rates, const PortClass& portClass) {
-    const TypeRule* rule = ruleOf(type);
-    if (rule == nullptr) {
-        return "";
-    }
-    for (const auto& [rate, configurable] :
-         {std::pair(kFixed, rule->fixed), {kAssured, rule->assured}, {kMaximum, rule->maximum}}) {
-        const std::string fault = configurable ? brokenBound(rate, *rule, rates, portClass) : "";
+std::string explainBounds(std::uint32_t type, const TContRates& rates, const ClassLimits& limits) {
+    for (const Rate& rate : kRates) {
+        const bool carried = rules::tContRateRules(typeOf(type)).*rate.kind.configurable;
+        const std::string fault = carried ? brokenBound(rate, type, rates.*rate.kind.value, limits) : "";
         if (!fault.empty()) {
             return fault;
         }
@@ -112,12 +89,12 @@ std::string explainBounds(std::uint32_t type, const TContRates& rates, const Por
     return "";
 }
 
-std::string explainRates(std::uint32_t type, const TContRates& rates, const PortClass& portClass) {
-    const std::string bound = explainBounds(type, rates, portClass);
+std::string explainRates(std::uint32_t type, const TContRates& rates, const ClassLimits& limits) {
+    const std::string bound = explainBounds(type, rates, limits);
     if (!bound.empty()) {
         return bound;
     }
-    const TContRates rounded = roundedUp(rates, portClass);
+    const TContRates rounded = roundedUp(rates, limits);
     const std::string fault = brokenRule(type, rounded);
     if (fault.empty() || rounded == rates) {
         return fault;
@@ -127,17 +104,17 @@ std::string explainRates(std::uint32_t type, const TContRates& rates, const Port
 }
 
 std::string explainType(std::uint32_t type) {
-    const TypeRule* rule = ruleOf(type);
-    return rule != nullptr ? rule->carries : "";
+    return rules::tContTypeExists(typeOf(type)) ? kCarries[type - tContType1] : "";
 }
 
 std::string singleSteps(const TContRates& stored, const TContRates& wanted) {
     // Breadth first. With room for twice the least sum under the maximum, any valid rates lead to a fixed
     // rate of 256 alone and from there to any others, through rates of 256 and 0 on the way.
-    const std::uint32_t room = std::max({stored.maximum, wanted.maximum, 3 * kLeast});
-    const std::pair<Rate, std::vector<std::uint32_t>> moves[] = {{kMaximum, {wanted.maximum, room}},
-                                                                 {kFixed, {wanted.fixed, kLeast, 0}},
-                                                                 {kAssured, {wanted.assured, kLeast, 0}}};
+    const std::uint32_t room = std::max({stored.maximum, wanted.maximum, 3 * kTContRateMargin});
+    const std::pair<const Rate&, std::vector<std::uint32_t>> moves[] = {
+        {kRates[2], {wanted.maximum, room}},
+        {kRates[0], {wanted.fixed, kTContRateMargin, 0}},
+        {kRates[1], {wanted.assured, kTContRateMargin, 0}}};
     std::map<TContRates, std::string> reached = {{stored, ""}};
     std::deque<TContRates> open = {stored};
     while (!open.empty() && !reached.contains(wanted)) {
@@ -146,7 +123,7 @@ std::string singleSteps(const TContRates& stored, const TContRates& wanted) {
         for (const auto& [rate, values] : moves) {
             for (const std::uint32_t value : values) {
                 TContRates to = from;
-                to.*rate.value = value;
+                to.*rate.kind.value = value;
                 const std::string options = reached.at(from) + (from == stored ? "" : " ") + rate.option +
                                             " " + std::to_string(value);
                 if (brokenRule(5, to).empty() && reached.emplace(to, options).second) {

@@ -6,7 +6,7 @@
 #include "Features.h"
 #include "Ports.h"
 #include "entity/onuQosClassInterface.h"
-#include "flow/rules.h"
+#include "flow/fields.h"
 #include "rpc/dispatch.h"
 #include "rules/classLimits.h"
 #include "servprofile.h"
@@ -67,9 +67,9 @@ bool onuQos::getOltPortBw() const {
 }
 
 void onuQos::getOnuQosPortRanges(onuQosRanges_t& ranges) const {
-    ranges = {.guarRateUsMin = kFlowRateMin,
+    ranges = {.guarRateUsMin = rules::kFlowRateMin,
               .guarRateUsMax = ONUFLOW_PROFILE_GUAR_RATE_MAX,
-              .peakRateUsMin = kFlowRateMin,
+              .peakRateUsMin = rules::kFlowRateMin,
               .peakRateUsMax = ONUFLOW_PROFILE_PEAK_RATE_MAX,
               .fixedRateMin = TCONT_PROFILE_RATE_MIN,
               .fixedRateMax = TCONT_PROFILE_RATE_MAX,
@@ -77,7 +77,7 @@ void onuQos::getOnuQosPortRanges(onuQosRanges_t& ranges) const {
               .assuredRateMax = TCONT_PROFILE_RATE_MAX,
               .maximumRateMin = TCONT_PROFILE_RATE_MIN,
               .maximumRateMax = TCONT_PROFILE_RATE_MAX,
-              .onuFlowRateGranularity = kFlowRateStep,
+              .onuFlowRateGranularity = rules::kFlowRateStep,
               .tContRateGranularity = TCONT_RATE_GRANULARITY};
 }
 

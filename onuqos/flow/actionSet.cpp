@@ -1,4 +1,4 @@
-#include "flow/rules.h"
+#include "flow/fields.h"
 #include "support/log.h"
 
 namespace {

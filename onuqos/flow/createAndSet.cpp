@@ -1,4 +1,4 @@
-#include "flow/rules.h"
+#include "flow/fields.h"
 #include "support/log.h"
 
 namespace {
@@ -58,7 +58,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileWantedGet(const onuFlowProfileInfo* stor
     if ((mask & ONUFLOW_PARM_CVLAN) != 0) {
         wanted.rule.cVlan = info.rule.cVlan;
         std::ranges::sort(wanted.rule.cVlan);
-        if (!vlansValid(wanted.rule.cVlan)) {
+        if (!rules::vlansValid(wanted.rule.cVlan)) {
             logError(kOperation, "ONUQOS ERROR - onuFlowProfileCreateAndSet: cVlan domain error: ",
                      static_cast<unsigned int>(wanted.rule.cVlan.back()));
             return onuQosResOutOfRange;
@@ -66,7 +66,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileWantedGet(const onuFlowProfileInfo* stor
     }
     if ((mask & ONUFLOW_PARM_CPCP) != 0) {
         wanted.rule.cPcp = info.rule.cPcp;
-        if (wanted.rule.cPcp != kPcpNone && wanted.rule.cPcp > kPriorityMax) {
+        if (!rules::pcpValid(wanted.rule.cPcp)) {
             logError(kOperation,
                      "ONUQOS ERROR - onuFlowProfileCreateAndSet: cPcp domain error: ", wanted.rule.cPcp);
             return onuQosResOutOfRange;

@@ -1,4 +1,4 @@
-#include "flow/rules.h"
+#include "flow/fields.h"
 #include "support/log.h"
 
 namespace {
@@ -77,17 +77,17 @@ onuQos::onuQosRes onuQos::onuFlowProfileRulePush(const std::string& name, const 
 onuQos::onuQosRes onuQos::onuFlowProfilePcpSet(onuFlowProfileInfo& profile, onuFlowProfileRule& rule,
                                                onuFlowProfileOperation operation) {
     const bool sets = operation == onuFlowProfileOperationAdd ||
-                      (operation == onuFlowProfileOperationSet && rule.cPcp != kPcpNone);
+                      (operation == onuFlowProfileOperationSet && rule.cPcp != rules::kPcpNone);
     const bool clears = operation == onuFlowProfileOperationDelete ||
-                        (operation == onuFlowProfileOperationSet && rule.cPcp == kPcpNone);
+                        (operation == onuFlowProfileOperationSet && rule.cPcp == rules::kPcpNone);
     if (!sets && !clears) {
         return onuQosResOk;
     }
-    const std::uint32_t wanted = clears ? kPcpNone : rule.cPcp;
+    const std::uint32_t wanted = clears ? rules::kPcpNone : rule.cPcp;
     if (wanted == profile.rule.cPcp) {
         return onuQosResOk;
     }
-    if (sets && wanted > kPriorityMax) {
+    if (sets && wanted > rules::kPriorityMax) {
         logError(kOperation, "ONUQOS ERROR - rule.cPcp() failed for profile: ", profile.name);
         return onuQosResOutOfRange;
     }
@@ -109,12 +109,12 @@ onuQos::onuQosRes onuQos::onuFlowProfileVlansSet(onuFlowProfileInfo& profile, on
         return onuQosResOk;
     }
     std::ranges::sort(rule.cVlan);
-    if (!vlansValid(rule.cVlan)) {
+    if (!rules::vlansValid(rule.cVlan)) {
         logError(kOperation, "ONUQOS ERROR - rule.cVlan() failed for profile: ", profile.name);
         return onuQosResError;
     }
     onuFlowProfileRule wanted{.cPcp = profile.rule.cPcp,
-                              .cVlan = adds ? vlansAdded(rule.cVlan, profile.rule.cVlan) : rule.cVlan};
+                              .cVlan = adds ? rules::vlansAdded(rule.cVlan, profile.rule.cVlan) : rule.cVlan};
 
     const onuQosRes res = onuFlowProfileRulePush(
         profile.name, wanted, onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan, kNotConverted, kRefused);
@@ -130,7 +130,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileVlansDelete(onuFlowProfileInfo& profile,
         return onuQosResOk;
     }
     onuFlowProfileRule wanted{.cPcp = profile.rule.cPcp,
-                              .cVlan = vlansRemoved(rule.cVlan, profile.rule.cVlan)};
+                              .cVlan = rules::vlansRemoved(rule.cVlan, profile.rule.cVlan)};
 
     const onuQosRes res =
         onuFlowProfileRulePush(profile.name, wanted, onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan,
@@ -143,7 +143,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileVlansDelete(onuFlowProfileInfo& profile,
 
 onuQos::onuQosRes onuQos::onuFlowProfileRuleStore(onuFlowProfileInfo& profile,
                                                   const onuFlowProfileRule& rule) {
-    if (rule.cPcp != profile.rule.cPcp && rule.cPcp != kPcpNone && rule.cPcp > kPriorityMax) {
+    if (rule.cPcp != profile.rule.cPcp && !rules::pcpValid(rule.cPcp)) {
         logError(kOperation, "ONUQOS ERROR - rule.cPcp() failed for profile: ", profile.name);
         return onuQosResOutOfRange;
     }

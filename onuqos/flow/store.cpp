@@ -1,5 +1,5 @@
 #include "entity/profileStore.h"
-#include "flow/rules.h"
+#include "flow/fields.h"
 
 namespace {
 
@@ -131,7 +131,7 @@ bool onuQos::profileAppliedIntfGetOnuFlow(const std::string& name, std::set<std:
 }
 
 void onuQos::onuFlowProfileRuleDefaultSet(onuFlowProfileRule& rule) const {
-    rule = {.cPcp = kPcpNone, .cVlan = {}};
+    rule = {.cPcp = rules::kPcpNone, .cVlan = {}};
 }
 
 void onuQos::onuFlowProfileActionDefaultSet(onuFlowProfileAction& action) const {
@@ -146,5 +146,5 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionDefaultGet(onuFlowProfileAction& a
 }
 
 std::uint32_t onuQos::onuQosRoundRateOnuFlow(std::uint32_t rate) const {
-    return (rate + kFlowRateStep - 1) & ~(kFlowRateStep - 1);
+    return rules::flowRateRounded(rate);
 }

@@ -1,15 +1,16 @@
 #include "rpc/conversions.h"
 
-#include <endian.h>
-
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 #include <optional>
 #include <utility>
 
+#include "rules/vlanBitmap.h"
+
 namespace {
+
+static_assert(ONUQOS_VLAN_BITMAP_BYTES == rules::kVlanBitmapBytes);
 
 using AllocTypes = std::pair<onuTContProfileDbaCtrlMode, rpcTContProfileAllocType>;
 
@@ -97,35 +98,8 @@ void nameSet(char (&field)[ONUQOS_NAME_BYTES], const std::string& name) {
     name.copy(field, sizeof field - 1);
 }
 
-std::vector<std::uint16_t> vlansOf(const char (&bitmap)[ONUQOS_VLAN_BITMAP_BYTES]) {
-    std::vector<std::uint16_t> vlans;
-    std::uint64_t bits = 0;
-    for (std::size_t byte = 0; byte < sizeof bitmap; byte += sizeof bits) {
-        std::memcpy(&bits, bitmap + byte, sizeof bits);
-        bits = be64toh(bits);
-        while (bits != 0) {
-            const auto bit = static_cast<unsigned int>(std::countl_zero(bits));
-            vlans.push_back(static_cast<std::uint16_t>(8 * byte + bit));
-            bits ^= std::uint64_t{1} << (63 - bit);
-        }
-    }
-    return vlans;
-}
-
-bool vlansSet(char (&bitmap)[ONUQOS_VLAN_BITMAP_BYTES], const std::vector<std::uint16_t>& vlans) {
-    std::ranges::fill(bitmap, '\0');
-    for (const std::uint16_t vlan : vlans) {
-        if (vlan / 8U >= sizeof bitmap) {
-            return false;
-        }
-        char& byte = bitmap[vlan / 8U];
-        byte = static_cast<char>(static_cast<unsigned char>(byte) | (0x80U >> vlan % 8U));
-    }
-    return true;
-}
-
 onuQos::onuFlowProfileRule ruleOf(const rpcOnuFlowProfileRule& rule) {
-    return {.cPcp = static_cast<std::uint32_t>(rule.cPcp), .cVlan = vlansOf(rule.cVlan)};
+    return {.cPcp = static_cast<std::uint32_t>(rule.cPcp), .cVlan = rules::vlansFromBitmap(rule.cVlan)};
 }
 
 onuQos::onuFlowProfileAction actionOf(const rpcOnuFlowProfileAction& action) {
@@ -145,7 +119,7 @@ void actionSet(rpcOnuFlowProfileAction& record, const onuQos::onuFlowProfileActi
 bool onuFlowProfileSet(rpcOnuFlowProfileInfo& record, const onuQos::onuFlowProfileInfo& info) {
     nameSet(record.name, info.name);
     record.rule.cPcp = static_cast<int>(info.rule.cPcp);
-    if (!vlansSet(record.rule.cVlan, info.rule.cVlan)) {
+    if (!rules::vlansToBitmap(info.rule.cVlan, record.rule.cVlan)) {
         return false;
     }
     actionSet(record.action, info.action);

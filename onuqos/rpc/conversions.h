@@ -20,10 +20,6 @@ std::string nameOf(const char (&field)[ONUQOS_NAME_BYTES]);
 /// The first 64 bytes of `name`, and zeros behind them.
 void nameSet(char (&field)[ONUQOS_NAME_BYTES], const std::string& name);
 
-/// Customer VLANs: a list in ascending order, and a bitmap; an id above 4095 fits into none, which is false.
-std::vector<std::uint16_t> vlansOf(const char (&bitmap)[ONUQOS_VLAN_BITMAP_BYTES]);
-bool vlansSet(char (&bitmap)[ONUQOS_VLAN_BITMAP_BYTES], const std::vector<std::uint16_t>& vlans);
-
 onuQos::onuFlowProfileRule ruleOf(const rpcOnuFlowProfileRule& rule);
 onuQos::onuFlowProfileAction actionOf(const rpcOnuFlowProfileAction& action);
 void actionSet(rpcOnuFlowProfileAction& record, const onuQos::onuFlowProfileAction& action);

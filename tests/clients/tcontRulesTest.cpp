@@ -8,10 +8,10 @@
 
 namespace {
 
-using onuqosctl::kGpon;
-using onuqosctl::kTenG;
-using onuqosctl::PortClass;
+using onuqosctl::ClassLimits;
 using onuqosctl::TContRates;
+using rules::kGponLimits;
+using rules::kTenGLimits;
 
 /// Rates of a type 5 profile as the module keeps them.
 struct Module {
@@ -60,14 +60,15 @@ TEST(SingleSteps, LeadFromAnyRatesToAnyOthers) {
     int carriedOut = 0;
     for (int round = 0; round < 60000; ++round) {
         Module module{round % 2 == 1};
-        const PortClass& portClass = module.tenG ? kTenG : kGpon;
+        const ClassLimits& portClass = module.tenG ? kTenGLimits : kGponLimits;
         const TContRates stored = module.rounded({rate(), rate(), rate()}), wanted = {rate(), rate(), rate()};
         const bool taken = module.takes(module.rounded(wanted)) && wanted.maximum >= 256;
         ASSERT_EQ(onuqosctl::explainRates(5, wanted, portClass).empty(), taken)
             << wanted.fixed << "/" << wanted.assured << "/" << wanted.maximum;
         if (taken && module.takes(stored)) {
             module.rates = stored;
-            const std::string options = onuqosctl::singleSteps(stored, roundedUp(wanted, portClass));
+            const std::string options =
+                onuqosctl::singleSteps(stored, onuqosctl::roundedUp(wanted, portClass));
             ASSERT_TRUE(module.carryOut(options)) << options;
             ASSERT_EQ(module.rates, module.rounded(wanted)) << options;
             ++carriedOut;
@@ -108,7 +109,7 @@ TEST(RateFaults, NameTheRuleThatIsBroken) {
     };
     for (const FaultCase& faultCase : kCases) {
         for (const auto& [portClass, expected] :
-             {std::pair(kGpon, faultCase.gpon), std::pair(kTenG, faultCase.tenG)}) {
+             {std::pair(kGponLimits, faultCase.gpon), std::pair(kTenGLimits, faultCase.tenG)}) {
             const std::string fault = onuqosctl::explainRates(faultCase.type, faultCase.rates, portClass);
             EXPECT_EQ(fault.empty(), *expected == '\0') << fault;
             EXPECT_NE(fault.find(expected), std::string::npos) << fault;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/errors.h"
+#include "rules/vlanBitmap.h"
 
 namespace {
 
@@ -45,13 +46,13 @@ TEST(VlanList, RefusesWhatIsNoList) {
 }
 
 TEST(VlanBitmap, PutsTheFirstVlanOfAByteInItsHighestBit) {
-    std::array<char, common::kVlanBitmapBytes> bitmap;
+    std::array<char, rules::kVlanBitmapBytes> bitmap;
     bitmap.fill('\x55');
-    common::vlansToBitmap({0, 9, 4095}, bitmap);
+    EXPECT_TRUE(rules::vlansToBitmap({0, 9, 4095}, bitmap));
     EXPECT_EQ(bitmap.front(), '\x80');
     EXPECT_EQ(bitmap[1], '\x40');
     EXPECT_EQ(bitmap.back(), '\x01');
-    EXPECT_EQ(common::vlansFromBitmap(bitmap), (VlanList{0, 9, 4095}));
+    EXPECT_EQ(rules::vlansFromBitmap(bitmap), (VlanList{0, 9, 4095}));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "moduleTest.h"
 #include "rpc/conversions.h"
 #include "rpc/dispatch.h"
+#include "rules/vlanBitmap.h"
 
 // The dispatcher and the wire. What travels is written down byte by byte (XDR, RFC 4506).
 
@@ -322,12 +323,12 @@ TEST(Wire, eachVlanHasItsBit) {
     for (std::uint16_t vlan = 0; vlan < 4096; ++vlan) {
         char bitmap[ONUQOS_VLAN_BITMAP_BYTES]{}, expected[ONUQOS_VLAN_BITMAP_BYTES]{};
         expected[vlan / 8] = static_cast<char>(1 << (7 - vlan % 8));
-        ASSERT_EQ(wire::vlansOf(expected), std::vector{vlan});
-        ASSERT_TRUE(wire::vlansSet(bitmap, {vlan, vlan}));
+        ASSERT_EQ(rules::vlansFromBitmap(expected), std::vector{vlan});
+        ASSERT_TRUE(rules::vlansToBitmap({vlan, vlan}, bitmap));
         ASSERT_EQ(std::memcmp(bitmap, expected, sizeof bitmap), 0) << vlan;
     }
     char bitmap[ONUQOS_VLAN_BITMAP_BYTES]{};
-    EXPECT_FALSE(wire::vlansSet(bitmap, {1, 4096}));
+    EXPECT_FALSE(rules::vlansToBitmap({1, 4096}, bitmap));
 }
 
 TEST(Wire, valuesWithoutAWireFormEndTheConversion) {

@@ -1,65 +1,10 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
-#include <bitset>
-#include <cstdint>
-#include <vector>
 
 #include "entity/onuQos.h"
 #include "rules/flowParms.h"
-
-/// No customer PCP in a rule.
-constexpr std::uint32_t kPcpNone = 0xFFFFFFFF;
-
-/// The highest priority code point (IEEE 802.1Q), and the highest flow priority.
-inline constexpr std::uint32_t kPriorityMax = 7;
-
-/// The highest VLAN id that traffic can carry (IEEE 802.1Q); 0 and 4095 are reserved.
-constexpr std::uint16_t kVlanMax = 4094;
-
-/// The step and the least value of flow rates, kbit/s.
-constexpr std::uint32_t kFlowRateStep = 64;
-inline constexpr std::uint32_t kFlowRateMin = 128;
-
-/// Whether a sorted list holds ids from 1 to 4094 only; an empty one does.
-inline bool vlansValid(const std::vector<std::uint16_t>& sorted) {
-    return sorted.empty() || (sorted.front() != 0 && sorted.back() <= kVlanMax);
-}
-
-/// VLAN ids as a set; any 16-bit number may be asked for.
-using VlanSet = std::bitset<0x10000>;
-
-inline VlanSet vlanSet(const std::vector<std::uint16_t>& vlans) {
-    VlanSet set;
-    for (const std::uint16_t vlan : vlans) {
-        set.set(vlan);
-    }
-    return set;
-}
-
-/// `added`, followed by the ids of `stored` that it lacks in their order.
-inline std::vector<std::uint16_t> vlansAdded(const std::vector<std::uint16_t>& added,
-                                             const std::vector<std::uint16_t>& stored) {
-    VlanSet present = vlanSet(added);
-    std::vector<std::uint16_t> result = added;
-    for (const std::uint16_t vlan : stored) {
-        if (!present.test(vlan)) {
-            present.set(vlan);
-            result.push_back(vlan);
-        }
-    }
-    return result;
-}
-
-/// `stored` without any id of `removed`.
-inline std::vector<std::uint16_t> vlansRemoved(const std::vector<std::uint16_t>& removed,
-                                               const std::vector<std::uint16_t>& stored) {
-    const VlanSet unwanted = vlanSet(removed);
-    std::vector<std::uint16_t> result = stored;
-    std::erase_if(result, [&unwanted](std::uint16_t vlan) { return unwanted.test(vlan); });
-    return result;
-}
+#include "rules/flowRules.h"
 
 /// What tells the four fields of an action apart. The bounds and defaults that depend on the bandwidth class
 /// are told by where they stand.
@@ -87,9 +32,9 @@ inline constexpr std::array<FlowActionField, 4> kFlowActionFields{{
      .parm = ONUFLOW_PARM_GUAR_RATE_US,
      .value = &onuQos::onuFlowProfileAction::guarRateUs,
      .isRate = true,
-     .least = &kFlowRateMin,
+     .least = &rules::kFlowRateMin,
      .greatest = &onuQos::ONUFLOW_PROFILE_GUAR_RATE_MAX,
-     .byDefault = &kFlowRateMin,
+     .byDefault = &rules::kFlowRateMin,
      .crosses = [](const onuQos::onuFlowProfileAction& stored,
                    std::uint32_t value) { return value > stored.peakRateUs; },
      .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: guarRateUs domain error: ",
@@ -99,7 +44,7 @@ inline constexpr std::array<FlowActionField, 4> kFlowActionFields{{
      .parm = ONUFLOW_PARM_PEAK_RATE_US,
      .value = &onuQos::onuFlowProfileAction::peakRateUs,
      .isRate = true,
-     .least = &kFlowRateMin,
+     .least = &rules::kFlowRateMin,
      .greatest = &onuQos::ONUFLOW_PROFILE_PEAK_RATE_MAX,
      .byDefault = &onuQos::ONUFLOW_PROFILE_US_PEAK_RATE_DEF,
      .crosses = [](const onuQos::onuFlowProfileAction& stored,
@@ -112,7 +57,7 @@ inline constexpr std::array<FlowActionField, 4> kFlowActionFields{{
      .value = &onuQos::onuFlowProfileAction::flowPriorityUs,
      .isRate = false,
      .least = &kZero,
-     .greatest = &kPriorityMax,
+     .greatest = &rules::kPriorityMax,
      .byDefault = &kZero,
      .crosses = nullptr,
      .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: flowPriorityUs domain error: ",
@@ -123,7 +68,7 @@ inline constexpr std::array<FlowActionField, 4> kFlowActionFields{{
      .value = &onuQos::onuFlowProfileAction::flowPriorityDs,
      .isRate = false,
      .least = &kZero,
-     .greatest = &kPriorityMax,
+     .greatest = &rules::kPriorityMax,
      .byDefault = &kZero,
      .crosses = nullptr,
      .domainError = "ONUQOS ERROR - onuFlowProfileCreateAndSet: flowPriorityDs domain error: ",
