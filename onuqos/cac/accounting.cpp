@@ -1,24 +1,34 @@
-#include "entity/onuQos.h"
-#include "support/log.h"
+#include "cac/ports.h"
+#include "entity/ruleResult.h"
+#include "rules/ledger.h"
 
-onuQos::onuQosRes onuQos::onuAccountGet(At at, unsigned int onuIntf, onuQosOnuCacInfo*& onu,
-                                        onuQosOltCacInfo*& port) {
-    if (const onuQosRes res = onuTypeCheck(onuIntf); res != onuQosResOk) {
-        return res;
+namespace {
+
+/// The records that the accounting of an ONU changes, or why there are none.
+struct Account {
+    rules::Result result = rules::Result::error;
+    onuQosOnuCacInfo* onu = nullptr;
+    onuQosOltCacInfo* port = nullptr;
+};
+
+Account accountOf(At at, unsigned int onuIntf, std::map<std::uint32_t, onuQosOnuCacInfo>& onus,
+                  std::map<std::uint32_t, onuQosOltCacInfo>& ports) {
+    if (const auto type = onuTypeCheck(onuIntf); type != rules::Result::ok) {
+        return {.result = type};
     }
-    const auto found = onuQosOnuCacMap.find(onuIntf);
-    if (found == onuQosOnuCacMap.end()) {
+    const auto onu = onus.find(onuIntf);
+    if (onu == onus.end()) {
         logError(at, "ONUQOS ERROR - onuQosOnuCacMap.find() failed for ONU intf: ", onuIntf);
-        return onuQosResError;
+        return {};
     }
-    std::uint32_t oltIntf = 0;
-    if (onuPortGet(at, onuIntf, oltIntf) != onuQosResOk) {
-        return onuQosResError;
+    const auto port = onuPortOf(at, ports, onuIntf);
+    if (port == ports.end()) {
+        return {};
     }
-    onu = &found->second;
-    port = &onuQosOltCacMap.at(oltIntf);
-    return onuQosResOk;
+    return {.result = rules::Result::ok, .onu = &onu->second, .port = &port->second};
 }
+
+}  // namespace
 
 onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnTContChange(unsigned int onuIntf,
                                                             const std::string& tContProfileName, bool add) {
@@ -27,40 +37,33 @@ onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnTContChange(unsigned int onuIntf
     if (!lock) {
         return onuQosResError;
     }
-    onuQosOnuCacInfo* onu = nullptr;
-    onuQosOltCacInfo* port = nullptr;
-    if (const onuQosRes res = onuAccountGet(kOperation, onuIntf, onu, port); res != onuQosResOk) {
-        return res;
+    const Account account = accountOf(kOperation, onuIntf, onuQosOnuCacMap, onuQosOltCacMap);
+    if (account.result != rules::Result::ok) {
+        return resultOf(account.result);
     }
     const auto profile = tContProfileMap.find(tContProfileName);
     if (profile == tContProfileMap.end()) {
         logError(kOperation, "ONUQOS ERROR - tContProfileMap.find() failed for profile: ", tContProfileName);
         return onuQosResNotFound;
     }
-    const std::uint32_t fixedRate = profile->second.fixedRate;
-    const std::uint32_t assuredRate = profile->second.assuredRate;
-    const auto accounted = onu->onuQosTContIntfCacInfoMap.find(tContProfileName);
-    if ((accounted != onu->onuQosTContIntfCacInfoMap.end()) == add) {
+    if (rules::isAccounted(*account.onu, tContProfileName) == add) {
         logError(kOperation,
                  "ONUQOS ERROR - onuQosTContIntfCacInfoMap.find() failed for ONU intf: ", onuIntf);
         return onuQosResError;
     }
+    const rules::RatePair rate{.fixed = profile->second.fixedRate, .assured = profile->second.assuredRate};
 
-    if (add) {
-        onuQosTContIntfCacInfo overhead;
-        if (onuQosRatesOverheadGet(onuIntf, fixedRate, assuredRate, overhead.fixedOverhead,
-                                   overhead.assuredOverhead) != onuQosResOk) {
-            logError(kOperation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for ONU intf: ", onuIntf);
-            return onuQosResError;
-        }
-        port->fixedAlloc += fixedRate + overhead.fixedOverhead;
-        port->assuredAlloc += assuredRate + overhead.assuredOverhead;
-        onu->onuQosTContIntfCacInfoMap.emplace(tContProfileName, overhead);
-    } else {
-        port->fixedAlloc -= fixedRate + accounted->second.fixedOverhead;
-        port->assuredAlloc -= assuredRate + accounted->second.assuredOverhead;
-        onu->onuQosTContIntfCacInfoMap.erase(accounted);
+    if (!add) {
+        rules::removeTCont(*account.port, *account.onu, tContProfileName, rate);
+        return onuQosResOk;
     }
+    rules::RatePair overhead;
+    if (onuQosRatesOverheadGet(onuIntf, rate.fixed, rate.assured, overhead.fixed, overhead.assured) !=
+        onuQosResOk) {
+        logError(kOperation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for ONU intf: ", onuIntf);
+        return onuQosResError;
+    }
+    rules::addTCont(*account.port, *account.onu, tContProfileName, rate, overhead);
     return onuQosResOk;
 }
 
@@ -70,33 +73,25 @@ onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnOnuChange(unsigned int onuIntf, 
     if (!lock) {
         return onuQosResError;
     }
-    onuQosOnuCacInfo* onu = nullptr;
-    onuQosOltCacInfo* port = nullptr;
-    if (const onuQosRes res = onuAccountGet(kOperation, onuIntf, onu, port); res != onuQosResOk) {
-        return res;
+    const Account account = accountOf(kOperation, onuIntf, onuQosOnuCacMap, onuQosOltCacMap);
+    if (account.result != rules::Result::ok) {
+        return resultOf(account.result);
     }
-    if (onu->configured == add) {
+    if (account.onu->configured == add) {
         logError(kOperation,
                  "ONUQOS ERROR - onuQosOnuCacMap[intf].configured() failed for ONU intf: ", onuIntf);
         return onuQosResError;
     }
 
-    if (add) {
-        unsigned int fixedOverhead = 0;
-        unsigned int assuredOverhead = 0;
-        if (onuQosOnuOverheadGet(onuIntf, fixedOverhead, assuredOverhead) != onuQosResOk) {
-            logError(kOperation, "ONUQOS ERROR - onuQosOnuOverheadGet() failed for ONU intf: ", onuIntf);
-            return onuQosResError;
-        }
-        port->fixedAlloc += fixedOverhead;
-        port->assuredAlloc += assuredOverhead;
-        onu->fixedOverhead = fixedOverhead;
-        onu->assuredOverhead = assuredOverhead;
-    } else {
-        port->fixedAlloc -= onu->fixedOverhead;
-        port->assuredAlloc -= onu->assuredOverhead;
-        onu->fixedOverhead = onu->assuredOverhead = 0;
+    if (!add) {
+        rules::removeOnu(*account.port, *account.onu);
+        return onuQosResOk;
     }
-    onu->configured = add;
+    rules::RatePair overhead;
+    if (onuQosOnuOverheadGet(onuIntf, overhead.fixed, overhead.assured) != onuQosResOk) {
+        logError(kOperation, "ONUQOS ERROR - onuQosOnuOverheadGet() failed for ONU intf: ", onuIntf);
+        return onuQosResError;
+    }
+    rules::addOnu(*account.port, *account.onu, overhead);
     return onuQosResOk;
 }

@@ -1,62 +1,73 @@
+#include "rules/admission.h"
+
 #include <algorithm>
 
+#include "cac/ports.h"
 #include "entity/onuQos.h"
-#include "rules/limits.h"
-#include "support/interfaceType.h"
-#include "support/log.h"
+
+namespace {
+
+struct AdmissionCheck {
+    const char* operation;
+    const char* refused;
+};
+
+/// What both checks do: `decide(port, record)` holds the demand against what is free, and answers nothing,
+/// with its line written, when that cannot be told.
+template <typename Decide>
+bool admitted(onuQos& module, const std::map<std::uint32_t, onuQosOltCacInfo>& ports,
+              const AdmissionCheck& check, unsigned int onuIntf, rules::RatePair rate, Decide decide) {
+    const ReadLock lock(check.operation);
+    if (!lock || onuTypeCheck(onuIntf) != rules::Result::ok) {
+        return false;
+    }
+    const auto port = onuPortOf(check.operation, ports, onuIntf);
+    if (port == ports.end()) {
+        return false;
+    }
+    rules::RatePair overhead;
+    if (module.onuQosRatesOverheadGet(onuIntf, rate.fixed, rate.assured, overhead.fixed, overhead.assured) !=
+        onuQos::onuQosResOk) {
+        logError(check.operation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for intf: ", onuIntf);
+        return false;
+    }
+    const std::optional<rules::AdmissionVerdict> verdict = decide(port->first, port->second);
+    if (verdict && !*verdict) {
+        logError(check.operation, check.refused, onuIntf);
+    }
+    return verdict && *verdict;
+}
+
+}  // namespace
 
 bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
                                         unsigned int assuredRate) {
-    constexpr const char* kOperation = "onuQosEstCacOnServiceApply";
-    const ReadLock lock(kOperation);
-    std::uint32_t port = 0;
-    if (!lock || onuTypeCheck(onuIntf) != onuQosResOk ||
-        onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
-        return false;
-    }
-    unsigned int fixedOverhead = 0;
-    unsigned int assuredOverhead = 0;
-    if (onuQosRatesOverheadGet(onuIntf, fixedRate, assuredRate, fixedOverhead, assuredOverhead) !=
-        onuQosResOk) {
-        logError(kOperation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for intf: ", onuIntf);
-        return false;
-    }
-    if (!rules::estimatedVerdict(onuQosOltCacMap.at(port), fixedRate + fixedOverhead,
-                                 assuredRate + assuredOverhead, OLT_FIXED_RATE_MAX, OLT_TOTAL_RATE_MAX)) {
-        logError(kOperation, "ONUQOS ERROR - estimated CAC check() failed for intf: ", onuIntf);
-        return false;
-    }
-    return true;
+    constexpr AdmissionCheck kCheck{.operation = "onuQosEstCacOnServiceApply",
+                                    .refused = "ONUQOS ERROR - estimated CAC check() failed for intf: "};
+    const rules::RatePair rate{.fixed = fixedRate, .assured = assuredRate};
+    return admitted(
+        *this, onuQosOltCacMap, kCheck, onuIntf, rate,
+        [rate](std::uint32_t port, const onuQosOltCacInfo& held) -> std::optional<rules::AdmissionVerdict> {
+            return rules::estimatedAdmission(port, held, rate, OLT_FIXED_RATE_MAX, OLT_TOTAL_RATE_MAX);
+        });
 }
 
 bool onuQos::onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
                                            unsigned int assuredRate) {
-    constexpr const char* kOperation = "onuQosActualCacOnServiceApply";
-    const ReadLock lock(kOperation);
-    std::uint32_t port = 0;
-    if (!lock || onuTypeCheck(onuIntf) != onuQosResOk ||
-        onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
-        return false;
-    }
-    unsigned int fixedOverhead = 0;
-    unsigned int assuredOverhead = 0;
-    if (onuQosRatesOverheadGet(onuIntf, fixedRate, assuredRate, fixedOverhead, assuredOverhead) !=
-        onuQosResOk) {
-        logError(kOperation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for intf: ", onuIntf);
-        return false;
-    }
-    unsigned int availFixedRate = 0;
-    unsigned int availAssuredRate = 0;
-    if (onuQosOltActualAvailRatesGet(port, availFixedRate, availAssuredRate) != onuQosResOk) {
-        logError(kOperation, "ONUQOS ERROR - onuQosOltActualAvailRatesGet() failed for OLT intf: ", port);
-        return false;
-    }
-    if (!rules::actualVerdict(fixedRate + fixedOverhead, assuredRate + assuredOverhead, availFixedRate,
-                              availAssuredRate)) {
-        logError(kOperation, "ONUQOS ERROR - actual CAC check() failed for intf: ", onuIntf);
-        return false;
-    }
-    return true;
+    constexpr AdmissionCheck kCheck{.operation = "onuQosActualCacOnServiceApply",
+                                    .refused = "ONUQOS ERROR - actual CAC check() failed for intf: "};
+    const rules::RatePair rate{.fixed = fixedRate, .assured = assuredRate};
+    return admitted(
+        *this, onuQosOltCacMap, kCheck, onuIntf, rate,
+        [&](std::uint32_t port, const onuQosOltCacInfo&) -> std::optional<rules::AdmissionVerdict> {
+            rules::RatePair free;
+            if (onuQosOltActualAvailRatesGet(port, free.fixed, free.assured) != onuQosResOk) {
+                logError(kCheck.operation,
+                         "ONUQOS ERROR - onuQosOltActualAvailRatesGet() failed for OLT intf: ", port);
+                return std::nullopt;
+            }
+            return rules::actualAdmission(port, rate, free);
+        });
 }
 
 onuQos::onuQosRes onuQos::onuQosFlowCacOnServiceApply(unsigned int onuIntf, const std::string& firstName,
@@ -106,9 +117,10 @@ onuQos::onuQosRes onuQos::onuQosOltEstAvailRatesGet(unsigned int oltIntf, unsign
         logError(kOperation, "ONUQOS ERROR - onuQosGetOltMaxFixedRate failed for OLT intf: ", oltIntf);
         return onuQosResError;
     }
-    const auto& [fixedAlloc, assuredAlloc, cacViolation] = port->second;
-    availFixedRate = rules::remaining(maxFixedRate, fixedAlloc);
-    availAssuredRate = rules::remaining(OLT_TOTAL_RATE_MAX, std::uint64_t{fixedAlloc} + assuredAlloc);
+    const onuQosOltCacInfo& sums = port->second;
+    availFixedRate = rules::remaining(maxFixedRate, sums.fixedAlloc);
+    availAssuredRate =
+        rules::remaining(OLT_TOTAL_RATE_MAX, std::uint64_t{sums.fixedAlloc} + sums.assuredAlloc);
     return onuQosResOk;
 }
 

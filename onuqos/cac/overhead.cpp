@@ -1,38 +1,7 @@
 #include "rules/overhead.h"
 
-#include "entity/onuQos.h"
-#include "support/interfaceType.h"
-#include "support/log.h"
-#include "support/platformObject.h"
-
-onuQos::onuQosRes onuQos::onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent) {
-    Interfaces::Interface interface {};
-    if (platformObject<Interfaces>().interfaceParentGet(onuIntf, interface) != 0) {
-        logError(at, "ONUQOS ERROR - interfaceParentGet() failed for ONU intf: ", onuIntf);
-        return onuQosResError;
-    }
-    parent = interface.intf;
-    return onuQosResOk;
-}
-
-onuQos::onuQosRes onuQos::onuPortGet(At at, unsigned int onuIntf, std::uint32_t& port) const {
-    if (onuParentGet(at, onuIntf, port) != onuQosResOk) {
-        return onuQosResError;
-    }
-    if (!onuQosOltCacMap.contains(port)) {
-        logError(at, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", port);
-        return onuQosResError;
-    }
-    return onuQosResOk;
-}
-
-onuQos::onuQosRes onuQos::onuTypeCheck(unsigned int onuIntf) {
-    const auto type = interfaceTypeOf(onuIntf);
-    if (!type) {
-        return onuQosResError;
-    }
-    return *type == Interfaces::interfaceTypeOnu ? onuQosResOk : onuQosResWrongIntf;
-}
+#include "cac/ports.h"
+#include "entity/ruleResult.h"
 
 onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned int fixedRate,
                                                  unsigned int assuredRate, unsigned int& fixedOverhead,
@@ -42,14 +11,14 @@ onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned 
     if (!lock) {
         return onuQosResError;
     }
-    if (const onuQosRes res = onuTypeCheck(onuIntf); res != onuQosResOk) {
-        return res;
+    if (const auto type = onuTypeCheck(onuIntf); type != rules::Result::ok) {
+        return resultOf(type);
     }
-    std::uint32_t port = 0;
-    if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
+    const auto port = onuPortOf(kOperation, onuQosOltCacMap, onuIntf);
+    if (port == onuQosOltCacMap.end()) {
         return onuQosResError;
     }
-    const rules::Overhead overhead = rules::tContOverhead(fixedRate, assuredRate);
+    const rules::RatePair overhead = rules::tContOverhead(fixedRate, assuredRate);
     fixedOverhead = overhead.fixed;
     assuredOverhead = overhead.assured;
     return onuQosResOk;
@@ -62,27 +31,27 @@ onuQos::onuQosRes onuQos::onuQosOnuOverheadGet(unsigned int onuIntf, unsigned in
     if (!lock) {
         return onuQosResError;
     }
-    if (const onuQosRes res = onuTypeCheck(onuIntf); res != onuQosResOk) {
-        return res;
+    if (const auto type = onuTypeCheck(onuIntf); type != rules::Result::ok) {
+        return resultOf(type);
     }
-    std::uint32_t port = 0;
-    if (onuPortGet(kOperation, onuIntf, port) != onuQosResOk) {
+    const auto port = onuPortOf(kOperation, onuQosOltCacMap, onuIntf);
+    if (port == onuQosOltCacMap.end()) {
         return onuQosResError;
     }
     bool first = true;
     for (auto other = onuQosOnuCacMap.cbegin(); first && other != onuQosOnuCacMap.cend(); ++other) {
         const auto& [intf, onu] = *other;
-        std::uint32_t parent = 0;
         if (intf == onuIntf) {
             continue;
         }
-        if (onuParentGet(kOperation, intf, parent) != onuQosResOk) {
+        const auto parent = onuParentOf(kOperation, intf);
+        if (!parent) {
             return onuQosResError;
         }
-        first = parent != port || !onu.configured;
+        first = *parent != port->first || !onu.configured;
     }
-    const onuQosOltCacInfo& sums = onuQosOltCacMap.at(port);
-    const rules::Overhead overhead = rules::onuOverhead(first, sums.fixedAlloc, sums.assuredAlloc);
+    const onuQosOltCacInfo& sums = port->second;
+    const rules::RatePair overhead = rules::onuOverhead(first, sums.fixedAlloc, sums.assuredAlloc);
     fixedOverhead = overhead.fixed;
     assuredOverhead = overhead.assured;
     return onuQosResOk;

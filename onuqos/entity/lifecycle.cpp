@@ -5,6 +5,7 @@
 #include "Features.h"
 #include "entity/onuQos.h"
 #include "onuEquipment.h"
+#include "rules/ledger.h"
 #include "support/features.h"
 #include "support/log.h"
 #include "support/platformObject.h"
@@ -83,10 +84,10 @@ bool onuQos::applyDefaultSettings() {
     }
     boundProfiles_.clear();
     for (auto& [intf, port] : onuQosOltCacMap) {
-        port = {};
+        rules::clear(port);
     }
     for (auto& [intf, onu] : onuQosOnuCacMap) {
-        onu = {};
+        rules::clear(onu);
     }
 
     if (OMApi.onuQosClearConfig() != 0) {

@@ -28,7 +28,6 @@ constexpr std::size_t kProfileNameMax = 64;
 constexpr std::size_t kProfileCountMax = 256;
 
 struct onuQosTables;
-struct At;
 struct TContRate;
 struct FlowActionField;
 
@@ -454,38 +453,11 @@ private:
     onuQosRes onuFlowProfileWantedSet(const std::string& name, const onuFlowProfileInfo& wanted,
                                       std::uint32_t mask, bool existed);
 
-    /// Whether `onuIntf` is an ONU: Error when the platform does not tell, WrongIntf when it is not.
-    static onuQosRes onuTypeCheck(unsigned int onuIntf);
-    /// The parent of an ONU, and its port, which must have admission records; otherwise Error with a line.
-    static onuQosRes onuParentGet(At at, unsigned int onuIntf, std::uint32_t& parent);
-    onuQosRes onuPortGet(At at, unsigned int onuIntf, std::uint32_t& port) const;
-    /// The records that the accounting operations change.
-    onuQosRes onuAccountGet(At at, unsigned int onuIntf, onuQosOnuCacInfo*& onu, onuQosOltCacInfo*& port);
-
-    /// What a change of a binding involves beside the binding itself.
-    struct BindingNeeds {
-        bool accounting = true;  ///< no other binding of the ONU uses the T-CONT profile
-        bool platform = true;    ///< no other binding of the ONU is identical
-    };
-    onuQosRes onuQosBindingCheck(unsigned int onuIntf, const std::string& serviceName,
-                                 const onuQosServiceIntfInfo& wanted, BindingNeeds& needs) const;
     onuQosRes onuQosBindingPush(unsigned int onuIntf, const std::string& serviceName,
                                 const onuQosServiceIntfInfo& binding, std::uint32_t tContId,
                                 servprofile::onuTermPointType termPointType, short termPointId);
     onuQosRes onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                     const onuQosServiceIntfInfo& binding);
-    /// The hardware layer's handle of an ONU; Error with a line that names the service.
-    static onuQosRes onuHandleGet(At at, unsigned int onuIntf, const std::string& serviceName,
-                                  zqOMApiInterface_s& handle);
-
-    struct AccountChange {
-        bool add;       ///< to the port's sums; else taken off them
-        bool onuToo;    ///< the binding is the first or the last of its ONU
-        bool stateToo;  ///< the port's state and alarm follow
-    };
-    onuQosRes onuQosBindingAccount(const char* operation, unsigned int onuIntf,
-                                   const std::string& tContProfileName, const AccountChange& change);
-
     /// `onuFlowProfileMap` and `tContProfileMap`: at most 256 profiles each.
     std::map<std::string, onuFlowProfileInfo> onuFlowProfileMap;
     std::map<std::string, tContProfileInfo> tContProfileMap;

@@ -14,4 +14,5 @@ static_assert(resultOf(rules::Result::ok) == onuQos::onuQosResOk &&
               resultOf(rules::Result::rateError) == onuQos::onuQosResRateError &&
               resultOf(rules::Result::duplicateTContId) == onuQos::onuQosResDuplicateTContId &&
               resultOf(rules::Result::duplicateVirtualPortId) == onuQos::onuQosResDuplicateVirtualPortId &&
+              resultOf(rules::Result::wrongIntf) == onuQos::onuQosResWrongIntf &&
               resultOf(rules::Result::duplicateOnuFlowProfile) == onuQos::onuQosResDuplicateOnuFlowProfile);

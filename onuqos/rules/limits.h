@@ -4,8 +4,8 @@
 
 #include "rules/cacTypes.h"
 
-/// The limits of a PON port and the verdicts on what is asked of it: functions of their inputs alone. Rates
-/// in kbit/s.
+/// The limits of a PON port and what is missing where they are exceeded: functions of their inputs alone.
+/// Rates in kbit/s.
 namespace rules {
 
 /// The largest sum of fixed rates that a port can carry over its fibre distances. The larger the difference
@@ -35,45 +35,34 @@ static_assert(maxFixedRate(oltPortBwGpon, 0, 52) == 6024 && maxFixedRate(oltPort
 /// Which limit a demand exceeds.
 enum class Limit { none, fixed, total };
 
-struct Verdict {
-    Limit binding = Limit::none;
-    std::uint64_t missing = 0;  ///< how much the binding limit lacks
+/// Whether a demand keeps the limits, and what it lacks of each.
+struct LimitVerdict {
+    Limit binding = Limit::none;  ///< the first limit that is exceeded
+    std::uint64_t missingFixed = 0;
+    std::uint64_t missingTotal = 0;
 
     constexpr explicit operator bool() const { return binding == Limit::none; }
 };
 
-/// Whether `fixed`, and `fixed` and `assured` together, keep their limits; equality does.
-constexpr Verdict verdict(std::uint64_t fixed, std::uint64_t total, std::uint64_t fixedLimit,
-                          std::uint64_t totalLimit) {
-    if (fixed > fixedLimit) {
-        return {.binding = Limit::fixed, .missing = fixed - fixedLimit};
+/// `fixed`, and fixed and assured rates together, against their limits; equality keeps them.
+constexpr LimitVerdict limitVerdict(std::uint64_t fixed, std::uint64_t total, std::uint64_t fixedLimit,
+                                    std::uint64_t totalLimit) {
+    LimitVerdict verdict{.binding = Limit::none,
+                         .missingFixed = fixed > fixedLimit ? fixed - fixedLimit : 0,
+                         .missingTotal = total > totalLimit ? total - totalLimit : 0};
+    if (verdict.missingFixed != 0) {
+        verdict.binding = Limit::fixed;
+    } else if (verdict.missingTotal != 0) {
+        verdict.binding = Limit::total;
     }
-    if (total > totalLimit) {
-        return {.binding = Limit::total, .missing = total - totalLimit};
-    }
-    return {};
-}
-
-/// Whether what a port already holds, and rates with their overheads on top, keep the class limits. The sums
-/// are 32 bits wide, as the records are.
-constexpr Verdict estimatedVerdict(const onuQosOltCacInfo& port, std::uint32_t fixed, std::uint32_t assured,
-                                   std::uint32_t fixedLimit, std::uint32_t totalLimit) {
-    const std::uint32_t fixedSum = fixed + port.fixedAlloc;
-    const std::uint32_t totalSum = fixedSum + port.assuredAlloc + assured;
-    return verdict(fixedSum, totalSum, fixedLimit, totalLimit);
-}
-
-/// Whether rates with their overheads fit into what the platform reports free.
-constexpr Verdict actualVerdict(std::uint32_t fixed, std::uint32_t assured, std::uint32_t availFixed,
-                                std::uint32_t availTotal) {
-    return verdict(fixed, std::uint64_t{fixed} + assured, availFixed, availTotal);
+    return verdict;
 }
 
 /// Whether what a port holds keeps its limits.
-constexpr Verdict portVerdict(const onuQosOltCacInfo& port, std::uint32_t fixedLimit,
-                              std::uint32_t totalLimit) {
-    return verdict(port.fixedAlloc, std::uint64_t{port.fixedAlloc} + port.assuredAlloc, fixedLimit,
-                   totalLimit);
+constexpr LimitVerdict portVerdict(const onuQosOltCacInfo& port, std::uint32_t fixedLimit,
+                                   std::uint32_t totalLimit) {
+    return limitVerdict(port.fixedAlloc, std::uint64_t{port.fixedAlloc} + port.assuredAlloc, fixedLimit,
+                        totalLimit);
 }
 
 /// What is left of `limit`; 0 when `used` reaches it.

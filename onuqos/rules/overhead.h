@@ -9,11 +9,12 @@
 /// the same in both bandwidth classes.
 namespace rules {
 
-struct Overhead {
+/// A fixed and an assured rate, or what they take on top.
+struct RatePair {
     std::uint32_t fixed = 0;
     std::uint32_t assured = 0;
 
-    bool operator==(const Overhead&) const = default;
+    bool operator==(const RatePair&) const = default;
 };
 
 /// From `from` kbit/s on, up to the next band, `value` holds.
@@ -24,29 +25,33 @@ struct Band {
 
 // clang-format off
 /// Overhead of a fixed rate, per cent.
-constexpr Band kFixedPercent[] = {
+inline constexpr Band kFixedPercent[] = {
     {0, 400}, {512, 225}, {1024, 138}, {2048, 94},
     {4032, 51},  // 4032, not 4096: the break lies there
     {8000, 29}, {16000, 19}, {32000, 13}, {64000, 10}, {128000, 9}, {256000, 8}};
 
 /// Overhead of an assured rate, per cent.
-constexpr Band kAssuredPercent[] = {
+inline constexpr Band kAssuredPercent[] = {
     {0, 50}, {2048, 44}, {4032, 26}, {8000, 16}, {16000, 12}, {32000, 10}, {64000, 8}, {512000, 7}};
 
 /// Overhead of a further ONU on a port that holds this much, kbit/s.
-constexpr Band kOnuFixed[] = {{0, 256}, {512, 512}, {1024, 960}, {2048, 1920}};
-constexpr Band kOnuAssured[] = {{0, 960}, {512, 1216}, {1024, 1664}, {2048, 2432}};
+inline constexpr Band kOnuFixed[] = {{0, 256}, {512, 512}, {1024, 960}, {2048, 1920}};
+inline constexpr Band kOnuAssured[] = {{0, 960}, {512, 1216}, {1024, 1664}, {2048, 2432}};
 // clang-format on
 
 /// Overhead of the first ONU that is configured on a port, kbit/s.
-constexpr Overhead kFirstOnu{.fixed = 1920, .assured = 11520};
+inline constexpr RatePair kFirstOnu{.fixed = 1920, .assured = 11520};
 
-/// The value of the band that holds `rate`.
-constexpr std::uint32_t bandValue(std::span<const Band> bands, std::uint32_t rate) {
+/// The band that holds `rate`.
+constexpr const Band& bandOf(std::span<const Band> bands, std::uint32_t rate) {
     const auto above =
         std::upper_bound(bands.begin(), bands.end(), rate,
                          [](std::uint32_t value, const Band& band) { return value < band.from; });
-    return std::prev(above)->value;
+    return *std::prev(above);
+}
+
+constexpr std::uint32_t bandValue(std::span<const Band> bands, std::uint32_t rate) {
+    return bandOf(bands, rate).value;
 }
 
 static_assert(bandValue(kFixedPercent, 511) == 400 && bandValue(kFixedPercent, 512) == 225);
@@ -62,13 +67,13 @@ constexpr std::uint32_t rateOverhead(std::span<const Band> percents, std::uint32
 }
 
 /// The overhead of a T-CONT with these rates.
-constexpr Overhead tContOverhead(std::uint32_t fixedRate, std::uint32_t assuredRate) {
+constexpr RatePair tContOverhead(std::uint32_t fixedRate, std::uint32_t assuredRate) {
     return {.fixed = rateOverhead(kFixedPercent, fixedRate),
             .assured = rateOverhead(kAssuredPercent, assuredRate)};
 }
 
 /// The overhead of an ONU on a port with these sums.
-constexpr Overhead onuOverhead(bool firstOnPort, std::uint32_t fixedAlloc, std::uint32_t assuredAlloc) {
+constexpr RatePair onuOverhead(bool firstOnPort, std::uint32_t fixedAlloc, std::uint32_t assuredAlloc) {
     if (firstOnPort) {
         return kFirstOnu;
     }

@@ -13,6 +13,7 @@ enum class Result : std::int32_t {
     rateError = 9,
     duplicateTContId = 12,
     duplicateVirtualPortId = 13,
+    wrongIntf = 14,
     duplicateOnuFlowProfile = 16
 };
 

@@ -1,8 +1,8 @@
-#include <array>
-
-#include "entity/onuQos.h"
-#include "support/log.h"
-#include "support/platformObject.h"
+#include "entity/ruleResult.h"
+#include "rules/bindingRules.h"
+#include "rules/uniTypes.h"
+#include "service/bindingAccount.h"
+#include "support/onu.h"
 
 namespace {
 
@@ -10,10 +10,6 @@ constexpr const char* kOperation = "onuQosServiceApply";
 
 /// The platform's answer to a binding that it refuses for a reason of its own.
 constexpr int kOMApiRefused = 5;
-
-/// By termination point type, from 0.
-constexpr std::array kUniTypes{onuQosOMApi::onuQosOMApiUniType7, onuQosOMApi::onuQosOMApiUniType6,
-                               onuQosOMApi::onuQosOMApiUniType1};
 
 }  // namespace
 
@@ -49,9 +45,21 @@ onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::st
     const onuQosServiceIntfInfo wanted{.onuFlowProfileName = onuFlowProfileName,
                                        .tContProfileName = tContProfileName,
                                        .virtualPortId = virtualPortId};
-    BindingNeeds needs;
-    if (const onuQosRes res = onuQosBindingCheck(onuIntf, serviceName, wanted, needs); res != onuQosResOk) {
-        return res;
+    const auto tContIdOf = [this](const std::string& name) {
+        const auto found = tContProfileMap.find(name);
+        return found == tContProfileMap.end() ? std::nullopt : std::optional(found->second.tContId);
+    };
+    const rules::BindingVerdict needs = rules::checkBinding(bindings, wanted, tContIdOf);
+    if (needs.result == rules::Result::duplicateTContId) {
+        logError(kOperation, "ONUQOS ERROR - onuQosResDuplicateTContId failed for intf: ", onuIntf,
+                 ", profile: ", serviceName);
+    } else if (needs.result != rules::Result::ok) {
+        logError(kOperation, "ONUQOS ERROR - applyOMApiService failed for intf: ", onuIntf,
+                 ", profile: ", serviceName, ", ONU Flow profile: ", onuFlowProfileName,
+                 ", T-CONT profile: ", tContProfileName, ", virtualPortId: ", virtualPortId);
+    }
+    if (needs.result != rules::Result::ok) {
+        return resultOf(needs.result);
     }
     if (needs.accounting && !configurationApplying() &&
         !onuQosActualCacOnServiceApply(onuIntf, tContProfile->second.fixedRate,
@@ -72,8 +80,8 @@ onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::st
     bindings.emplace(serviceName, wanted);
     boundProfiles_.add(wanted);
     if (needs.accounting) {
-        const onuQosRes res = onuQosBindingAccount(
-            kOperation, onuIntf, tContProfileName,
+        const onuQosRes res = bindingAccount(
+            *this, kOperation, onuIntf, tContProfileName,
             {.add = true, .onuToo = bindings.size() == 1, .stateToo = !configurationApplying()});
         if (res != onuQosResOk) {
             return res;
@@ -84,95 +92,29 @@ onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::st
     return onuQosResOk;
 }
 
-onuQos::onuQosRes onuQos::onuQosBindingCheck(unsigned int onuIntf, const std::string& serviceName,
-                                             const onuQosServiceIntfInfo& wanted, BindingNeeds& needs) const {
-    const std::uint32_t tContId = tContProfileMap.at(wanted.tContProfileName).tContId;
-    const auto refused = [&](onuQosRes res) {
-        logError(kOperation, "ONUQOS ERROR - applyOMApiService failed for intf: ", onuIntf,
-                 ", profile: ", serviceName, ", ONU Flow profile: ", wanted.onuFlowProfileName,
-                 ", T-CONT profile: ", wanted.tContProfileName, ", virtualPortId: ", wanted.virtualPortId);
-        return res;
-    };
-    for (const auto& [otherName, other] : onuQosServiceIntfMap.at(onuIntf)) {
-        if (other.virtualPortId == wanted.virtualPortId) {
-            if (other != wanted) {
-                return refused(onuQosResDuplicateVirtualPortId);
-            }
-            needs.platform = false;
-        }
-        if (other.onuFlowProfileName == wanted.onuFlowProfileName &&
-            other.virtualPortId != wanted.virtualPortId) {
-            return refused(onuQosResDuplicateOnuFlowProfile);
-        }
-        if (other.tContProfileName == wanted.tContProfileName) {
-            needs.accounting = false;
-            continue;
-        }
-        const auto otherTCont = tContProfileMap.find(other.tContProfileName);
-        if (otherTCont != tContProfileMap.end() && otherTCont->second.tContId == tContId) {
-            logError(kOperation, "ONUQOS ERROR - onuQosResDuplicateTContId failed for intf: ", onuIntf,
-                     ", profile: ", serviceName);
-            return onuQosResDuplicateTContId;
-        }
-    }
-    return onuQosResOk;
-}
-
 onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::string& serviceName,
                                             const onuQosServiceIntfInfo& binding, std::uint32_t tContId,
                                             servprofile::onuTermPointType termPointType, short termPointId) {
-    const auto uniType = static_cast<std::size_t>(termPointType);
-    if (uniType >= kUniTypes.size()) {
+    const auto uniType = rules::uniTypeOf(termPointType);
+    if (!uniType) {
         logError(kOperation, "ONUQOS ERROR - termPointType failed for intf: ", onuIntf,
                  ", profile: ", serviceName);
         return onuQosResError;
     }
-    zqOMApiInterface_s handle{};
-    if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
-        return res;
+    const auto handle = onuHandleOf(kOperation, onuIntf, serviceName);
+    if (!handle) {
+        return onuQosResError;
     }
     std::string bindingName;
     onuQosOMApiServiceNameGen(binding.onuFlowProfileName, binding.tContProfileName, bindingName);
-    const int answer = OMApi.onuQosServiceApply(
-        handle, onuIntf, bindingName, binding.onuFlowProfileName, binding.tContProfileName,
-        binding.virtualPortId, tContId, kUniTypes[uniType], static_cast<unsigned int>(int{termPointId}));
+    const int answer = OMApi.onuQosServiceApply(*handle, onuIntf, bindingName, binding.onuFlowProfileName,
+                                                binding.tContProfileName, binding.virtualPortId, tContId,
+                                                onuQosOMApi::onuQosOMApiUniType{*uniType},
+                                                static_cast<unsigned int>(int{termPointId}));
     if (answer != 0) {
         logError(kOperation, "ONUQOS ERROR - OMApi.onuQosServiceApply() failed for intf: ", onuIntf,
                  ", profile: ", bindingName);
         return answer == kOMApiRefused ? onuQosResOMApiRefused : onuQosResError;
-    }
-    return onuQosResOk;
-}
-
-onuQos::onuQosRes onuQos::onuHandleGet(At at, unsigned int onuIntf, const std::string& serviceName,
-                                       zqOMApiInterface_s& handle) {
-    if (platformObject<Interfaces>().interfaceGetOMApiInterfaceById(onuIntf, handle) != 0) {
-        logError(at, "ONUQOS ERROR - interfaceGetOMApiInterfaceById() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResError;
-    }
-    return onuQosResOk;
-}
-
-onuQos::onuQosRes onuQos::onuQosBindingAccount(const char* operation, unsigned int onuIntf,
-                                               const std::string& tContProfileName,
-                                               const AccountChange& change) {
-    if (onuQosCalcAllocRatesOnTContChange(onuIntf, tContProfileName, change.add) != onuQosResOk) {
-        logError(operation, "ONUQOS ERROR - onuQosCalcAllocRatesOnTContChange() failed for intf: ", onuIntf);
-        return onuQosResError;
-    }
-    if (change.onuToo && onuQosCalcAllocRatesOnOnuChange(onuIntf, change.add) != onuQosResOk) {
-        logError(operation,
-                 "ONUQOS ERROR - onuQosCalcAllocRatesOnOnuChange() failed for ONU intf: ", onuIntf);
-        return onuQosResError;
-    }
-    std::uint32_t port = 0;
-    if (onuParentGet(operation, onuIntf, port) != onuQosResOk) {
-        return onuQosResError;
-    }
-    if (change.stateToo && onuQosOltCacStateUpdate(port) != onuQosResOk) {
-        logError(operation, "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", port);
-        return onuQosResError;
     }
     return onuQosResOk;
 }

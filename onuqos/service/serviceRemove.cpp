@@ -1,5 +1,6 @@
-#include "entity/onuQos.h"
-#include "support/log.h"
+#include "rules/bindingRules.h"
+#include "service/bindingAccount.h"
+#include "support/onu.h"
 
 namespace {
 
@@ -26,14 +27,7 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
         return onuQosResOk;
     }
     const onuQosServiceIntfInfo binding = found->second;
-    BindingNeeds needs;
-    for (const auto& [otherName, other] : bindings) {
-        if (otherName == serviceName) {
-            continue;
-        }
-        needs.platform = needs.platform && other != binding;
-        needs.accounting = needs.accounting && other.tContProfileName != binding.tContProfileName;
-    }
+    const rules::BindingVerdict needs = rules::checkRemoval(bindings, serviceName);
 
     if (needs.platform && onuQosBindingWithdraw(onuIntf, serviceName, binding) != onuQosResOk) {
         return onuQosResError;
@@ -42,9 +36,8 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
     bindings.erase(found);
     boundProfiles_.remove(binding);
     if (needs.accounting) {
-        const onuQosRes res =
-            onuQosBindingAccount(kOperation, onuIntf, binding.tContProfileName,
-                                 {.add = false, .onuToo = bindings.empty(), .stateToo = true});
+        const onuQosRes res = bindingAccount(*this, kOperation, onuIntf, binding.tContProfileName,
+                                             {.add = false, .onuToo = bindings.empty(), .stateToo = true});
         if (res != onuQosResOk) {
             return res;
         }
@@ -63,13 +56,13 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
 
 onuQos::onuQosRes onuQos::onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                                 const onuQosServiceIntfInfo& binding) {
-    zqOMApiInterface_s handle{};
-    if (const onuQosRes res = onuHandleGet(kOperation, onuIntf, serviceName, handle); res != onuQosResOk) {
-        return res;
+    const auto handle = onuHandleOf(kOperation, onuIntf, serviceName);
+    if (!handle) {
+        return onuQosResError;
     }
     std::string bindingName;
     onuQosOMApiServiceNameGen(binding.onuFlowProfileName, binding.tContProfileName, bindingName);
-    const int answer = OMApi.onuQosServiceRemove(handle, onuIntf, bindingName, binding.virtualPortId);
+    const int answer = OMApi.onuQosServiceRemove(*handle, onuIntf, bindingName, binding.virtualPortId);
     if (answer != 0) {
         logError(kOperation, "ONUQOS ERROR - OMApi.onuQosServiceRemove() failed for intf: ", onuIntf,
                  ", profile: ", bindingName);

@@ -1,4 +1,5 @@
 #include "moduleTest.h"
+#include "rules/admission.h"
 #include "rules/limits.h"
 #include "rules/overhead.h"
 
@@ -6,7 +7,7 @@
 
 namespace {
 
-using rules::Overhead;
+using Overhead = rules::RatePair;
 constexpr std::uint32_t kMost = 0xFFFFFFFF;
 
 /// `percent` of `rate`, truncated, and up to the next multiple of 64.
@@ -94,17 +95,39 @@ TEST(CacFunctions, maxFixedRateOverDistances) {
     }
 }
 
-TEST(CacFunctions, verdictsNameTheLimitAndWhatIsMissing) {
+TEST(CacFunctions, verdictsHoldTheNumbersThatDecided) {
     using enum rules::Limit;
-    const auto expect = [](const rules::Verdict& verdict, rules::Limit binding, std::uint64_t missing) {
+    const auto expect = [](const rules::LimitVerdict& verdict, rules::Limit binding,
+                           std::uint64_t missingFixed, std::uint64_t missingTotal) {
         EXPECT_EQ(verdict.binding, binding);
-        EXPECT_EQ(verdict.missing, missing);
+        EXPECT_EQ(verdict.missingFixed, missingFixed);
+        EXPECT_EQ(verdict.missingTotal, missingTotal);
     };
-    expect(rules::actualVerdict(101, 50, 100, 100), fixed, 1);  // the fixed limit comes first
-    expect(rules::actualVerdict(kMost, kMost, kMost, kMost), total, kMost);
-    expect(rules::portVerdict({.fixedAlloc = 2, .assuredAlloc = kMost}, 100, 150), total, kMost - 148ULL);
+    expect(rules::portVerdict({.fixedAlloc = 101, .assuredAlloc = 50}, 100, 100), fixed, 1, 51);
+    expect(rules::portVerdict({.fixedAlloc = 2, .assuredAlloc = kMost}, 100, 150), total, 0, kMost - 148ULL);
+    expect(rules::portVerdict({.fixedAlloc = 100, .assuredAlloc = 0}, 100, 100), none, 0, 0);
+
+    const auto actual = rules::actualAdmission(7, {.fixed = 1100032, .assured = 2048},
+                                               {.fixed = 1156672, .assured = 1156672});
+    EXPECT_EQ(actual.port, 7);
+    EXPECT_EQ(actual.rate, (rules::RatePair{1100032, 2048}));
+    EXPECT_EQ(actual.overhead, (rules::RatePair{88064, 960}));
+    EXPECT_EQ(actual.fixedBand.from, 256000);
+    EXPECT_EQ(actual.fixedBand.value, 8);
+    EXPECT_EQ(actual.assuredBand.value, 44);
+    EXPECT_EQ(actual.fixedDemand, 1188096);
+    EXPECT_EQ(actual.totalDemand, 1188096 + 3008);
+    EXPECT_EQ(actual.fixedFree, 1156672);
+    expect(actual.limits, fixed, 31424, 34432);
+
+    const auto estimated =
+        rules::estimatedAdmission(7, {.fixedAlloc = 100, .assuredAlloc = 7}, {.fixed = 1024}, 2560, 2567);
+    EXPECT_EQ(estimated.fixedDemand, 1024 + 1472 + 100);
+    EXPECT_EQ(estimated.totalDemand, 1024 + 1472 + 107);
+    expect(estimated.limits, fixed, 36, 36);
     // The sums of the estimated check are 32 bits wide.
-    expect(rules::estimatedVerdict({.fixedAlloc = kMost, .assuredAlloc = 7}, 1, 3, 100, 150), none, 0);
+    EXPECT_TRUE(
+        rules::estimatedAdmission(7, {.fixedAlloc = kMost, .assuredAlloc = 7}, {.fixed = 1}, 100, 150));
 }
 
 TEST_F(CacTest, removalTakesOffWhatWasAddedInWhateverOrder) {

@@ -62,7 +62,7 @@ protected:
     void expectIndexesAgree(const onuQosTables& now);
 
     std::mt19937 random_;
-    std::map<unsigned int, rules::Overhead> sums_;  ///< of each port
+    std::map<unsigned int, rules::RatePair> sums_;  ///< of each port
     onuQosTables last_ = tables();
     std::set<unsigned int> tornOnus_;  ///< where a step after the push failed
 };
@@ -148,7 +148,7 @@ void RandomisedTest::expectSums(const onuQosTables& now) {
         assured += is.assuredOverhead - was.assuredOverhead;
         EXPECT_EQ(is.configured, is.fixedOverhead > 0) << onu;
         for (const auto& [name, profile] : now.tContProfileMap) {
-            const rules::Overhead overhead = rules::tContOverhead(profile.fixedRate, profile.assuredRate);
+            const rules::RatePair overhead = rules::tContOverhead(profile.fixedRate, profile.assuredRate);
             const auto accounted = is.onuQosTContIntfCacInfoMap.find(name);
             const auto formerly = was.onuQosTContIntfCacInfoMap.find(name);
             const bool isAccounted = accounted != is.onuQosTContIntfCacInfoMap.end();
@@ -164,7 +164,7 @@ void RandomisedTest::expectSums(const onuQosTables& now) {
     }
     for (const auto& [port, sum] : sums_) {
         const onuQosOltCacInfo& info = now.onuQosOltCacMap.at(port);
-        EXPECT_EQ(sum, (rules::Overhead{info.fixedAlloc, info.assuredAlloc})) << "port " << port;
+        EXPECT_EQ(sum, (rules::RatePair{info.fixedAlloc, info.assuredAlloc})) << "port " << port;
         EXPECT_EQ(now.onuQosOltCacAlarmMap.at(port), info.cacViolation) << "port " << port;
     }
     last_ = now;
@@ -220,7 +220,7 @@ void RandomisedTest::expectIndexesAgree(const onuQosTables& now) {
                    now.onuQosOnuCacMap.at(another).configured;
         });
         const auto& port = now.onuQosOltCacMap.at(portOf(onu));
-        rules::Overhead overhead;
+        rules::RatePair overhead;
         EXPECT_EQ(module_.onuQosOnuOverheadGet(onu, overhead.fixed, overhead.assured), onuQosResOk);
         EXPECT_EQ(overhead, rules::onuOverhead(first, port.fixedAlloc, port.assuredAlloc)) << onu;
     }
