@@ -5,12 +5,33 @@
 #include <cstddef>
 #include <cstdio>
 #include <functional>
+#include <tuple>
 #include <type_traits>
 
 #include "rte/BLL/core/rpcProxy.h"
 #include "rte/BLL/core/transportOperations.h"
 
 namespace {
+
+/// What an XDR routine carries, and what a server procedure takes and gives.
+template <typename Routine>
+struct Carried;
+template <>
+struct Carried<bool_t (*)()> {
+    struct Type {};
+};
+template <typename Record>
+struct Carried<bool_t (*)(XDR*, Record*)> {
+    using Type = Record;
+};
+
+template <typename Handler>
+struct Signature;
+template <typename Reply, typename... Parameters>
+struct Signature<Reply* (*)(Parameters...)> {
+    using Result = Reply;
+    using Taken = std::tuple<Parameters...>;
+};
 
 /// The library calls every XDR routine through one type.
 template <auto Routine>
@@ -24,126 +45,80 @@ struct ArgumentRoom {
         std::array<std::byte, sizeof(rpc_onuflowprofile_create_and_set_1_argument)> bytes{};
 };
 
-template <typename Argument>
-constexpr bool fits = (sizeof(Argument) <= sizeof(ArgumentRoom)) &&
-                      (std::alignment_of_v<Argument> <= std::alignment_of_v<ArgumentRoom>);
-
-// How a decoded argument reaches a handler: not at all, as itself, or as the fields of its structure.
-
-template <auto Handler>
-void* serveVoid(void*, svc_req* request) {
-    return Handler(request);
+/// A decoded argument reaches its handler not at all, as itself, or as the fields of its structure.
+template <auto Argument, auto Handler>
+void* serve(void* decoded, svc_req* request) {
+    using Record = typename Carried<decltype(Argument)>::Type;
+    using Taken = typename Signature<decltype(Handler)>::Taken;
+    static_assert(sizeof(Record) <= sizeof(ArgumentRoom) && alignof(Record) <= alignof(ArgumentRoom));
+    auto& argument = *static_cast<Record*>(decoded);
+    const auto call = [request](auto&... values) {
+        static_assert(
+            std::is_same_v<Taken, std::tuple<std::remove_reference_t<decltype(values)>..., svc_req*>>);
+        return Handler(values..., request);
+    };
+    if constexpr (std::is_empty_v<Record>) {
+        return call();
+    } else if constexpr (std::tuple_size_v<Taken> == 2) {
+        return call(argument);
+    } else if constexpr (std::tuple_size_v<Taken> == 3) {
+        auto& [first, second] = argument;
+        return call(first, second);
+    } else {
+        auto& [first, second, third] = argument;
+        return call(first, second, third);
+    }
 }
 
-template <auto Handler, typename Argument>
-void* serveOne(void* argument, svc_req* request) {
-    static_assert(fits<Argument>);
-    return Handler(*static_cast<Argument*>(argument), request);
-}
-
-template <auto Handler, typename Arguments>
-void* serveTwo(void* argument, svc_req* request) {
-    static_assert(fits<Arguments>);
-    auto& [first, second] = *static_cast<Arguments*>(argument);
-    return Handler(first, second, request);
-}
-
-template <auto Handler, typename Arguments>
-void* serveThree(void* argument, svc_req* request) {
-    static_assert(fits<Arguments>);
-    auto& [first, second, third] = *static_cast<Arguments*>(argument);
-    return Handler(first, second, third, request);
+template <auto Argument, auto Result, auto Handler>
+constexpr Procedure row(rpcproc_t number, std::string_view name) {
+    static_assert(std::is_same_v<typename Carried<decltype(Result)>::Type,
+                                 typename Signature<decltype(Handler)>::Result>);
+    return {.number = number,
+            .name = name,
+            .argument = xdr<Argument>,
+            .result = xdr<Result>,
+            .serve = serve<Argument, Handler>};
 }
 
 // clang-format off
 constexpr std::array kProcedures{
-    Procedure{1, "rpc_onuflowprofile_create", xdr<xdr_wrapstring>, xdr<xdr_rpcOnuFlowProfileRes>,
-              serveOne<rpc_onuflowprofile_create_1_svc, char*>},
-    Procedure{2, "rpc_onuflowprofile_delete", xdr<xdr_wrapstring>, xdr<xdr_rpcOnuFlowProfileRes>,
-              serveOne<rpc_onuflowprofile_delete_1_svc, char*>},
-    Procedure{3, "rpc_onuflowprofile_rename", xdr<xdr_rpc_onuflowprofile_rename_1_argument>,
-              xdr<xdr_rpcOnuFlowProfileRes>,
-              serveTwo<rpc_onuflowprofile_rename_1_svc, rpc_onuflowprofile_rename_1_argument>},
-    Procedure{4, "rpc_onuflowprofile_copy", xdr<xdr_rpc_onuflowprofile_copy_1_argument>,
-              xdr<xdr_rpcOnuFlowProfileRes>,
-              serveTwo<rpc_onuflowprofile_copy_1_svc, rpc_onuflowprofile_copy_1_argument>},
-    Procedure{5, "rpc_onuflowprofile_get", xdr<xdr_wrapstring>, xdr<xdr_rpcOnuFlowProfileInfoRes>,
-              serveOne<rpc_onuflowprofile_get_1_svc, char*>},
-    Procedure{6, "rpc_onuflowprofile_rule_set", xdr<xdr_rpc_onuflowprofile_rule_set_1_argument>,
-              xdr<xdr_rpcOnuFlowProfileRes>,
-              serveTwo<rpc_onuflowprofile_rule_set_1_svc, rpc_onuflowprofile_rule_set_1_argument>},
-    Procedure{7, "rpc_onuflowprofile_action_set", xdr<xdr_rpc_onuflowprofile_action_set_1_argument>,
-              xdr<xdr_rpcOnuFlowProfileRes>,
-              serveTwo<rpc_onuflowprofile_action_set_1_svc, rpc_onuflowprofile_action_set_1_argument>},
-    Procedure{8, "rpc_onuflowprofile_attached_get", xdr<xdr_wrapstring>, xdr<xdr_rpcOnuFlowProfileAttachedRes>,
-              serveOne<rpc_onuflowprofile_attached_get_1_svc, char*>},
-    Procedure{9, "rpc_onuflowprofile_action_default_get", xdr<xdr_void>, xdr<xdr_rpcOnuFlowProfileActionDef>,
-              serveVoid<rpc_onuflowprofile_action_default_get_1_svc>},
-    Procedure{10, "rpc_onuflowprofile_first_get", xdr<xdr_void>, xdr<xdr_rpcOnuFlowProfileInfoRes>,
-              serveVoid<rpc_onuflowprofile_first_get_1_svc>},
-    Procedure{11, "rpc_onuflowprofile_next_get", xdr<xdr_wrapstring>, xdr<xdr_rpcOnuFlowProfileInfoRes>,
-              serveOne<rpc_onuflowprofile_next_get_1_svc, char*>},
-    Procedure{12, "rpc_onuflowprofile_create_and_set", xdr<xdr_rpc_onuflowprofile_create_and_set_1_argument>,
-              xdr<xdr_rpcOnuFlowProfileRes>,
-              serveThree<rpc_onuflowprofile_create_and_set_1_svc, rpc_onuflowprofile_create_and_set_1_argument>},
+    row<xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_create_1_svc>(1, "rpc_onuflowprofile_create"),
+    row<xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_delete_1_svc>(2, "rpc_onuflowprofile_delete"),
+    row<xdr_rpc_onuflowprofile_rename_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_rename_1_svc>(3, "rpc_onuflowprofile_rename"),
+    row<xdr_rpc_onuflowprofile_copy_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_copy_1_svc>(4, "rpc_onuflowprofile_copy"),
+    row<xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_get_1_svc>(5, "rpc_onuflowprofile_get"),
+    row<xdr_rpc_onuflowprofile_rule_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_rule_set_1_svc>(6, "rpc_onuflowprofile_rule_set"),
+    row<xdr_rpc_onuflowprofile_action_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_action_set_1_svc>(7, "rpc_onuflowprofile_action_set"),
+    row<xdr_wrapstring, xdr_rpcOnuFlowProfileAttachedRes, rpc_onuflowprofile_attached_get_1_svc>(8, "rpc_onuflowprofile_attached_get"),
+    row<xdr_void, xdr_rpcOnuFlowProfileActionDef, rpc_onuflowprofile_action_default_get_1_svc>(9, "rpc_onuflowprofile_action_default_get"),
+    row<xdr_void, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_first_get_1_svc>(10, "rpc_onuflowprofile_first_get"),
+    row<xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_next_get_1_svc>(11, "rpc_onuflowprofile_next_get"),
+    row<xdr_rpc_onuflowprofile_create_and_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_create_and_set_1_svc>(12, "rpc_onuflowprofile_create_and_set"),
 
-    Procedure{100, "rpc_tcontprofile_create", xdr<xdr_wrapstring>, xdr<xdr_rpcTContProfileRes>,
-              serveOne<rpc_tcontprofile_create_1_svc, char*>},
-    Procedure{101, "rpc_tcontprofile_delete", xdr<xdr_wrapstring>, xdr<xdr_rpcTContProfileRes>,
-              serveOne<rpc_tcontprofile_delete_1_svc, char*>},
-    Procedure{102, "rpc_tcontprofile_rename", xdr<xdr_rpc_tcontprofile_rename_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_rename_1_svc, rpc_tcontprofile_rename_1_argument>},
-    Procedure{103, "rpc_tcontprofile_copy", xdr<xdr_rpc_tcontprofile_copy_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_copy_1_svc, rpc_tcontprofile_copy_1_argument>},
-    Procedure{104, "rpc_tcontprofile_get", xdr<xdr_wrapstring>, xdr<xdr_rpcTContProfileInfoRes>,
-              serveOne<rpc_tcontprofile_get_1_svc, char*>},
-    Procedure{105, "rpc_tcontprofile_attached_get", xdr<xdr_wrapstring>, xdr<xdr_rpcTContProfileAttachedRes>,
-              serveOne<rpc_tcontprofile_attached_get_1_svc, char*>},
-    Procedure{106, "rpc_tcontprofile_default_get", xdr<xdr_void>, xdr<xdr_rpcTContProfileInfoRes>,
-              serveVoid<rpc_tcontprofile_default_get_1_svc>},
-    Procedure{107, "rpc_tcontprofile_first_get", xdr<xdr_void>, xdr<xdr_rpcTContProfileInfoRes>,
-              serveVoid<rpc_tcontprofile_first_get_1_svc>},
-    Procedure{108, "rpc_tcontprofile_next_get", xdr<xdr_wrapstring>, xdr<xdr_rpcTContProfileInfoRes>,
-              serveOne<rpc_tcontprofile_next_get_1_svc, char*>},
-    Procedure{109, "rpc_tcontprofile_id_set", xdr<xdr_rpc_tcontprofile_id_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_id_set_1_svc, rpc_tcontprofile_id_set_1_argument>},
-    Procedure{110, "rpc_tcontprofile_type_set", xdr<xdr_rpc_tcontprofile_type_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_type_set_1_svc, rpc_tcontprofile_type_set_1_argument>},
-    Procedure{111, "rpc_tcontprofile_fixed_rate_set", xdr<xdr_rpc_tcontprofile_fixed_rate_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_fixed_rate_set_1_svc, rpc_tcontprofile_fixed_rate_set_1_argument>},
-    Procedure{112, "rpc_tcontprofile_assured_rate_set", xdr<xdr_rpc_tcontprofile_assured_rate_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_assured_rate_set_1_svc, rpc_tcontprofile_assured_rate_set_1_argument>},
-    Procedure{113, "rpc_tcontprofile_maximum_rate_set", xdr<xdr_rpc_tcontprofile_maximum_rate_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_maximum_rate_set_1_svc, rpc_tcontprofile_maximum_rate_set_1_argument>},
-    Procedure{114, "rpc_tcontprofile_default_type_get", xdr<xdr_rpcTContProfileType>,
-              xdr<xdr_rpcTContProfileInfoRes>,
-              serveOne<rpc_tcontprofile_default_type_get_1_svc, rpcTContProfileType>},
-    Procedure{115, "rpc_tcontprofile_create_and_set", xdr<xdr_rpc_tcontprofile_create_and_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveThree<rpc_tcontprofile_create_and_set_1_svc, rpc_tcontprofile_create_and_set_1_argument>},
-    Procedure{116, "rpc_tcontprofile_alloc_type_set", xdr<xdr_rpc_tcontprofile_alloc_type_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_alloc_type_set_1_svc, rpc_tcontprofile_alloc_type_set_1_argument>},
-    Procedure{117, "rpc_tcontprofile_srdba_weight_set", xdr<xdr_rpc_tcontprofile_srdba_weight_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_srdba_weight_set_1_svc, rpc_tcontprofile_srdba_weight_set_1_argument>},
-    Procedure{118, "rpc_tcontprofile_srdba_priority_set", xdr<xdr_rpc_tcontprofile_srdba_priority_set_1_argument>,
-              xdr<xdr_rpcTContProfileRes>,
-              serveTwo<rpc_tcontprofile_srdba_priority_set_1_svc, rpc_tcontprofile_srdba_priority_set_1_argument>},
+    row<xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_create_1_svc>(100, "rpc_tcontprofile_create"),
+    row<xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_delete_1_svc>(101, "rpc_tcontprofile_delete"),
+    row<xdr_rpc_tcontprofile_rename_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_rename_1_svc>(102, "rpc_tcontprofile_rename"),
+    row<xdr_rpc_tcontprofile_copy_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_copy_1_svc>(103, "rpc_tcontprofile_copy"),
+    row<xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_get_1_svc>(104, "rpc_tcontprofile_get"),
+    row<xdr_wrapstring, xdr_rpcTContProfileAttachedRes, rpc_tcontprofile_attached_get_1_svc>(105, "rpc_tcontprofile_attached_get"),
+    row<xdr_void, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_default_get_1_svc>(106, "rpc_tcontprofile_default_get"),
+    row<xdr_void, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_first_get_1_svc>(107, "rpc_tcontprofile_first_get"),
+    row<xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_next_get_1_svc>(108, "rpc_tcontprofile_next_get"),
+    row<xdr_rpc_tcontprofile_id_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_id_set_1_svc>(109, "rpc_tcontprofile_id_set"),
+    row<xdr_rpc_tcontprofile_type_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_type_set_1_svc>(110, "rpc_tcontprofile_type_set"),
+    row<xdr_rpc_tcontprofile_fixed_rate_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_fixed_rate_set_1_svc>(111, "rpc_tcontprofile_fixed_rate_set"),
+    row<xdr_rpc_tcontprofile_assured_rate_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_assured_rate_set_1_svc>(112, "rpc_tcontprofile_assured_rate_set"),
+    row<xdr_rpc_tcontprofile_maximum_rate_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_maximum_rate_set_1_svc>(113, "rpc_tcontprofile_maximum_rate_set"),
+    row<xdr_rpcTContProfileType, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_default_type_get_1_svc>(114, "rpc_tcontprofile_default_type_get"),
+    row<xdr_rpc_tcontprofile_create_and_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_create_and_set_1_svc>(115, "rpc_tcontprofile_create_and_set"),
+    row<xdr_rpc_tcontprofile_alloc_type_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_alloc_type_set_1_svc>(116, "rpc_tcontprofile_alloc_type_set"),
+    row<xdr_rpc_tcontprofile_srdba_weight_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_srdba_weight_set_1_svc>(117, "rpc_tcontprofile_srdba_weight_set"),
+    row<xdr_rpc_tcontprofile_srdba_priority_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_srdba_priority_set_1_svc>(118, "rpc_tcontprofile_srdba_priority_set"),
 
-    Procedure{200, "rpc_tcontprofile_conf_apply_state_get", xdr<xdr_void>,
-              xdr<xdr_rpcTContProfileConfApplyStateRes>, serveVoid<rpc_tcontprofile_conf_apply_state_get_1_svc>},
-    Procedure{201, "rpc_cac_olt_get", xdr<xdr_u_int>, xdr<xdr_rpcCacOltRes>,
-              serveOne<rpc_cac_olt_get_1_svc, u_int>},
-    Procedure{202, "rpc_onu_qos_port_ranges_get", xdr<xdr_void>, xdr<xdr_rpcOnuQosRangesRes>,
-              serveVoid<rpc_onu_qos_port_ranges_get_1_svc>},
+    row<xdr_void, xdr_rpcTContProfileConfApplyStateRes, rpc_tcontprofile_conf_apply_state_get_1_svc>(200, "rpc_tcontprofile_conf_apply_state_get"),
+    row<xdr_u_int, xdr_rpcCacOltRes, rpc_cac_olt_get_1_svc>(201, "rpc_cac_olt_get"),
+    row<xdr_void, xdr_rpcOnuQosRangesRes, rpc_onu_qos_port_ranges_get_1_svc>(202, "rpc_onu_qos_port_ranges_get"),
 };
 // clang-format on
 
