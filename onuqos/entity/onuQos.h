@@ -30,6 +30,7 @@ constexpr std::size_t kProfileCountMax = 256;
 struct onuQosTables;
 struct TContRate;
 struct FlowActionField;
+struct FlowRuleStep;
 
 /// The ranges and steps of rates that the module reports to clients, kbit/s. For flow profiles they are the
 /// ones it holds them to; a T-CONT rate is held to the default of its type as least value, and rounded by
@@ -435,23 +436,9 @@ private:
                                  onuQosOMApi::onuQosOMApiTContParm parm, Step step);
     onuQosRes tContProfileRateSet(const std::string& name, unsigned int rate, const TContRate& row);
 
-    onuQosRes onuFlowProfileForChange(const char* operation, const std::string& name,
-                                      onuFlowProfileInfo*& profile);
-    onuQosRes onuFlowProfileRulePush(const std::string& name, const onuFlowProfileRule& rule,
-                                     onuQosOMApi::onuQosOMApiFlowProfileRuleType type,
-                                     const char* notConverted, const char* refused);
-    onuQosRes onuFlowProfilePcpSet(onuFlowProfileInfo & profile, onuFlowProfileRule & rule,
-                                   onuFlowProfileOperation operation);
-    onuQosRes onuFlowProfileVlansSet(onuFlowProfileInfo & profile, onuFlowProfileRule & rule,
-                                     onuFlowProfileOperation operation);
-    onuQosRes onuFlowProfileVlansDelete(onuFlowProfileInfo & profile, const onuFlowProfileRule& rule);
-    static onuQosRes onuFlowProfileRuleStore(onuFlowProfileInfo & profile, const onuFlowProfileRule& rule);
+    onuQosRes onuFlowProfileRulePush(onuFlowProfileInfo & profile, FlowRuleStep step);
     onuQosRes onuFlowProfileActionFieldSet(onuFlowProfileInfo & profile, onuFlowProfileAction & action,
                                            const FlowActionField& field, onuFlowProfileOperation operation);
-    onuQosRes onuFlowProfileWantedGet(const onuFlowProfileInfo* stored, const onuFlowProfileInfo& info,
-                                      std::uint32_t mask, onuFlowProfileInfo& wanted);
-    onuQosRes onuFlowProfileWantedSet(const std::string& name, const onuFlowProfileInfo& wanted,
-                                      std::uint32_t mask, bool existed);
 
     onuQosRes onuQosBindingPush(unsigned int onuIntf, const std::string& serviceName,
                                 const onuQosServiceIntfInfo& binding, std::uint32_t tContId,

@@ -1,37 +1,36 @@
+#include "entity/profileStore.h"
 #include "flow/fields.h"
-#include "support/log.h"
 
 namespace {
 
-constexpr const char* kOperation = "onuFlowProfileActionSet";
+constexpr StoreOperation kActionSet{
+    .name = "onuFlowProfileActionSet",
+    .emptyName = "ONUQOS ERROR - profileName.empty() failed for profile: ",
+    .notFound = "ONUQOS ERROR - onuFlowProfileMap.find() failed for profile: ",
+    .applied = "ONUQOS ERROR - onuFlowProfileIsApplied() failed for profile: "};
+
+constexpr const char* kOperation = kActionSet.name;
 
 }  // namespace
 
 onuQos::onuQosRes onuQos::onuFlowProfileActionSet(const std::string& name, onuFlowProfileAction& action,
                                                   onuFlowProfileActionType type,
                                                   onuFlowProfileOperation operation) {
-    const WriteLock lock(kOperation);
-    if (!lock) {
-        return onuQosResError;
-    }
-    onuFlowProfileInfo* profile = nullptr;
-    if (const onuQosRes res = onuFlowProfileForChange(kOperation, name, profile); res != onuQosResOk) {
-        return res;
-    }
-    if (const onuQosRes res = onuFlowProfileActionCheck(name, action, type, operation); res != onuQosResOk) {
-        logError(kOperation, "ONUQOS ERROR - onuFlowProfileActionCheck() failed for profile: ", name);
-        return res;
-    }
-    for (const FlowActionField& field : kFlowActionFields) {
-        if (type != field.type && type != onuFlowProfileActionTypeAll) {
-            continue;
-        }
-        const onuQosRes res = onuFlowProfileActionFieldSet(*profile, action, field, operation);
-        if (res != onuQosResOk) {
+    return profileStore::change(
+        kActionSet, onuFlowProfileMap, name,
+        [this](const std::string& profile) { return onuFlowProfileIsApplied(profile); },
+        [&](onuFlowProfileInfo& profile) {
+            onuQosRes res = onuFlowProfileActionCheck(name, action, type, operation);
+            if (res != onuQosResOk) {
+                logError(kOperation, "ONUQOS ERROR - onuFlowProfileActionCheck() failed for profile: ", name);
+            }
+            for (const FlowActionField& field : kFlowActionFields) {
+                if (res == onuQosResOk && (type == field.type || type == onuFlowProfileActionTypeAll)) {
+                    res = onuFlowProfileActionFieldSet(profile, action, field, operation);
+                }
+            }
             return res;
-        }
-    }
-    return onuQosResOk;
+        });
 }
 
 onuQos::onuQosRes onuQos::onuFlowProfileActionFieldSet(onuFlowProfileInfo& profile,

@@ -1,153 +1,151 @@
+#include "entity/profileStore.h"
 #include "flow/fields.h"
-#include "support/log.h"
+
+/// What a change of a rule comes to: an answer, or a rule that is pushed and then stored.
+struct FlowRuleStep {
+    onuQos::onuQosRes answer = onuQos::onuQosResOk;
+    bool push = false;
+    onuQos::onuFlowProfileRule
+        rule;  ///< of which the platform takes, and the profile stores, what `field` names
+    onuQosOMApi::onuQosOMApiFlowProfileRuleType field{};
+    const char* notConverted = nullptr;
+    const char* refused = nullptr;
+};
 
 namespace {
 
-constexpr const char* kOperation = "onuFlowProfileRuleSet";
-constexpr const char* kNotConverted = "ONUQOS ERROR - onuFlowProfileRuleToOMApi() failed for profile: ";
-constexpr const char* kRefused = "ONUQOS ERROR - OMApi.onuFlowProfileRuleSet() failed for profile: ";
+using Info = onuQos::onuFlowProfileInfo;
+using Rule = onuQos::onuFlowProfileRule;
+
+constexpr StoreOperation kRuleSet{
+    .name = "onuFlowProfileRuleSet",
+    .emptyName = "ONUQOS ERROR - profileName.empty() failed for profile: ",
+    .notFound = "ONUQOS ERROR - onuFlowProfileMap.find() failed for profile: ",
+    .applied = "ONUQOS ERROR - onuFlowProfileIsApplied() failed for profile: ",
+    .notConverted = "ONUQOS ERROR - onuFlowProfileRuleToOMApi() failed for profile: ",
+    .refused = "ONUQOS ERROR - OMApi.onuFlowProfileRuleSet() failed for profile: "};
+
+constexpr const char* kPcpWrong = "ONUQOS ERROR - rule.cPcp() failed for profile: ";
+
+FlowRuleStep answer(onuQos::onuQosRes res) {
+    return {.answer = res, .push = false, .rule = {}};
+}
+
+FlowRuleStep refuse(const Info& profile, const char* text, onuQos::onuQosRes res) {
+    logError(kRuleSet.name, text, profile.name);
+    return answer(res);
+}
+
+FlowRuleStep takePcp(const Info& profile, Rule& rule, onuQos::onuFlowProfileOperation operation) {
+    const bool adds = operation == onuQos::onuFlowProfileOperationAdd;
+    const bool sets = operation == onuQos::onuFlowProfileOperationSet;
+    const bool clears =
+        operation == onuQos::onuFlowProfileOperationDelete || (sets && rule.cPcp == rules::kPcpNone);
+    if (!adds && !sets && !clears) {
+        return answer(onuQos::onuQosResOk);
+    }
+    const std::uint32_t wanted = clears ? rules::kPcpNone : rule.cPcp;
+    if (wanted == profile.rule.cPcp) {
+        return answer(onuQos::onuQosResOk);
+    }
+    if (!clears && wanted > rules::kPriorityMax) {
+        return refuse(profile, kPcpWrong, onuQos::onuQosResOutOfRange);
+    }
+    rule.cPcp = wanted;
+    return {.push = true,
+            .rule = rule,
+            .field = onuQosOMApi::onuQosOMApiFlowProfileRuleCPcp,
+            .notConverted = clears ? kRuleSet.notConverted : nullptr,
+            .refused = kRuleSet.refused};
+}
+
+FlowRuleStep takeVlans(const Info& profile, Rule& rule, bool adds) {
+    if (adds && rule.cVlan.empty()) {
+        return answer(onuQos::onuQosResOk);
+    }
+    std::ranges::sort(rule.cVlan);
+    if (!rules::vlansValid(rule.cVlan)) {
+        return refuse(profile, "ONUQOS ERROR - rule.cVlan() failed for profile: ", onuQos::onuQosResError);
+    }
+    return {.push = true,
+            .rule = {.cPcp = profile.rule.cPcp,
+                     .cVlan = adds ? rules::vlansAdded(rule.cVlan, profile.rule.cVlan) : rule.cVlan},
+            .field = onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan,
+            .notConverted = kRuleSet.notConverted,
+            .refused = kRuleSet.refused};
+}
+
+FlowRuleStep removeVlans(const Info& profile, const Rule& rule) {
+    if (rule.cVlan.empty() || profile.rule.cVlan.empty()) {
+        return answer(onuQos::onuQosResOk);
+    }
+    return {.push = true,
+            .rule = {.cPcp = profile.rule.cPcp, .cVlan = rules::vlansRemoved(rule.cVlan, profile.rule.cVlan)},
+            .field = onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan,
+            .notConverted = kRuleSet.notConverted,
+            .refused = "ONUQOS ERROR - onuFlowProfileRuleSet() failed for profile: "};
+}
+
+/// Without a push: the platform learns nothing.
+FlowRuleStep store(Info& profile, const Rule& rule) {
+    if (rule.cPcp != profile.rule.cPcp && !rules::pcpValid(rule.cPcp)) {
+        return refuse(profile, kPcpWrong, onuQos::onuQosResOutOfRange);
+    }
+    profile.rule = rule;
+    return answer(onuQos::onuQosResOk);
+}
+
+FlowRuleStep stepOf(Info& profile, Rule& rule, onuQos::onuFlowProfileRuleType type,
+                    onuQos::onuFlowProfileOperation operation) {
+    const bool adds = operation == onuQos::onuFlowProfileOperationAdd;
+    switch (type) {
+        case onuQos::onuFlowProfileRuleTypeCPcp:
+            return takePcp(profile, rule, operation);
+        case onuQos::onuFlowProfileRuleTypeCVlan:
+            return adds || operation == onuQos::onuFlowProfileOperationSet ? takeVlans(profile, rule, adds)
+                                                                           : removeVlans(profile, rule);
+        case onuQos::onuFlowProfileRuleTypeAll:
+            return store(profile, rule);
+        default:
+            return answer(onuQos::onuQosResError);
+    }
+}
 
 }  // namespace
 
 onuQos::onuQosRes onuQos::onuFlowProfileRuleSet(const std::string& name, onuFlowProfileRule& rule,
                                                 onuFlowProfileRuleType type,
                                                 onuFlowProfileOperation operation) {
-    const WriteLock lock(kOperation);
-    if (!lock) {
-        return onuQosResError;
-    }
-    onuFlowProfileInfo* profile = nullptr;
-    if (const onuQosRes res = onuFlowProfileForChange(kOperation, name, profile); res != onuQosResOk) {
-        return res;
-    }
-    if (const onuQosRes res = onuFlowProfileRuleCheck(name, rule, type, operation); res != onuQosResOk) {
-        logError(kOperation, "ONUQOS ERROR - onuFlowProfileRuleCheck() failed for profile: ", name);
-        return res;
-    }
-    switch (type) {
-        case onuFlowProfileRuleTypeCPcp:
-            return onuFlowProfilePcpSet(*profile, rule, operation);
-        case onuFlowProfileRuleTypeCVlan:
-            return operation == onuFlowProfileOperationAdd || operation == onuFlowProfileOperationSet
-                       ? onuFlowProfileVlansSet(*profile, rule, operation)
-                       : onuFlowProfileVlansDelete(*profile, rule);
-        case onuFlowProfileRuleTypeAll:
-            return onuFlowProfileRuleStore(*profile, rule);
-        default:
-            return onuQosResError;
-    }
+    return profileStore::change(
+        kRuleSet, onuFlowProfileMap, name,
+        [this](const std::string& profile) { return onuFlowProfileIsApplied(profile); },
+        [&](onuFlowProfileInfo& profile) {
+            if (const onuQosRes res = onuFlowProfileRuleCheck(name, rule, type, operation);
+                res != onuQosResOk) {
+                logError(kRuleSet.name,
+                         "ONUQOS ERROR - onuFlowProfileRuleCheck() failed for profile: ", name);
+                return res;
+            }
+            FlowRuleStep step = stepOf(profile, rule, type, operation);
+            return step.push ? onuFlowProfileRulePush(profile, std::move(step)) : step.answer;
+        });
 }
 
-onuQos::onuQosRes onuQos::onuFlowProfileForChange(const char* operation, const std::string& name,
-                                                  onuFlowProfileInfo*& profile) {
-    if (name.empty()) {
-        logError(operation, "ONUQOS ERROR - profileName.empty() failed for profile: ", name);
-        return onuQosResError;
-    }
-    const auto found = onuFlowProfileMap.find(name);
-    if (found == onuFlowProfileMap.end()) {
-        logError(operation, "ONUQOS ERROR - onuFlowProfileMap.find() failed for profile: ", name);
-        return onuQosResNotFound;
-    }
-    if (onuFlowProfileIsApplied(name)) {
-        logError(operation, "ONUQOS ERROR - onuFlowProfileIsApplied() failed for profile: ", name);
-        return onuQosResApplied;
-    }
-    profile = &found->second;
-    return onuQosResOk;
-}
-
-onuQos::onuQosRes onuQos::onuFlowProfileRulePush(const std::string& name, const onuFlowProfileRule& rule,
-                                                 onuQosOMApi::onuQosOMApiFlowProfileRuleType type,
-                                                 const char* notConverted, const char* refused) {
+onuQos::onuQosRes onuQos::onuFlowProfileRulePush(onuFlowProfileInfo& profile, FlowRuleStep step) {
     onuQosOMApi::onuQosOMApiFlowProfileRule om{};
-    if (onuFlowProfileRuleToOMApi(rule, om) != onuQosResOk) {
-        if (notConverted != nullptr) {
-            logError(kOperation, notConverted, name);
-        }
-        return onuQosResError;
+    if (onuFlowProfileRuleToOMApi(step.rule, om) != onuQosResOk) {
+        return profileStore::refuse(kRuleSet.name, step.notConverted, profile.name, onuQosResError);
     }
-    if (OMApi.onuFlowProfileRuleSet(name, om, type) != 0) {
-        logError(kOperation, refused, name);
-        return onuQosResError;
-    }
-    return onuQosResOk;
-}
 
-onuQos::onuQosRes onuQos::onuFlowProfilePcpSet(onuFlowProfileInfo& profile, onuFlowProfileRule& rule,
-                                               onuFlowProfileOperation operation) {
-    const bool sets = operation == onuFlowProfileOperationAdd ||
-                      (operation == onuFlowProfileOperationSet && rule.cPcp != rules::kPcpNone);
-    const bool clears = operation == onuFlowProfileOperationDelete ||
-                        (operation == onuFlowProfileOperationSet && rule.cPcp == rules::kPcpNone);
-    if (!sets && !clears) {
-        return onuQosResOk;
+    if (OMApi.onuFlowProfileRuleSet(profile.name, om, step.field) != 0) {
+        return profileStore::refuse(kRuleSet.name, step.refused, profile.name, onuQosResError);
     }
-    const std::uint32_t wanted = clears ? rules::kPcpNone : rule.cPcp;
-    if (wanted == profile.rule.cPcp) {
-        return onuQosResOk;
-    }
-    if (sets && wanted > rules::kPriorityMax) {
-        logError(kOperation, "ONUQOS ERROR - rule.cPcp() failed for profile: ", profile.name);
-        return onuQosResOutOfRange;
-    }
-    rule.cPcp = wanted;
 
-    const onuQosRes res =
-        onuFlowProfileRulePush(profile.name, rule, onuQosOMApi::onuQosOMApiFlowProfileRuleCPcp,
-                               clears ? kNotConverted : nullptr, kRefused);
-    if (res == onuQosResOk) {
-        profile.rule.cPcp = wanted;
+    if (step.field == onuQosOMApi::onuQosOMApiFlowProfileRuleCPcp) {
+        profile.rule.cPcp = step.rule.cPcp;
+    } else {
+        profile.rule = std::move(step.rule);
     }
-    return res;
-}
-
-onuQos::onuQosRes onuQos::onuFlowProfileVlansSet(onuFlowProfileInfo& profile, onuFlowProfileRule& rule,
-                                                 onuFlowProfileOperation operation) {
-    const bool adds = operation == onuFlowProfileOperationAdd;
-    if (adds && rule.cVlan.empty()) {
-        return onuQosResOk;
-    }
-    std::ranges::sort(rule.cVlan);
-    if (!rules::vlansValid(rule.cVlan)) {
-        logError(kOperation, "ONUQOS ERROR - rule.cVlan() failed for profile: ", profile.name);
-        return onuQosResError;
-    }
-    onuFlowProfileRule wanted{.cPcp = profile.rule.cPcp,
-                              .cVlan = adds ? rules::vlansAdded(rule.cVlan, profile.rule.cVlan) : rule.cVlan};
-
-    const onuQosRes res = onuFlowProfileRulePush(
-        profile.name, wanted, onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan, kNotConverted, kRefused);
-    if (res == onuQosResOk) {
-        profile.rule = std::move(wanted);
-    }
-    return res;
-}
-
-onuQos::onuQosRes onuQos::onuFlowProfileVlansDelete(onuFlowProfileInfo& profile,
-                                                    const onuFlowProfileRule& rule) {
-    if (rule.cVlan.empty() || profile.rule.cVlan.empty()) {
-        return onuQosResOk;
-    }
-    onuFlowProfileRule wanted{.cPcp = profile.rule.cPcp,
-                              .cVlan = rules::vlansRemoved(rule.cVlan, profile.rule.cVlan)};
-
-    const onuQosRes res =
-        onuFlowProfileRulePush(profile.name, wanted, onuQosOMApi::onuQosOMApiFlowProfileRuleCVlan,
-                               kNotConverted, "ONUQOS ERROR - onuFlowProfileRuleSet() failed for profile: ");
-    if (res == onuQosResOk) {
-        profile.rule = std::move(wanted);
-    }
-    return res;
-}
-
-onuQos::onuQosRes onuQos::onuFlowProfileRuleStore(onuFlowProfileInfo& profile,
-                                                  const onuFlowProfileRule& rule) {
-    if (rule.cPcp != profile.rule.cPcp && !rules::pcpValid(rule.cPcp)) {
-        logError(kOperation, "ONUQOS ERROR - rule.cPcp() failed for profile: ", profile.name);
-        return onuQosResOutOfRange;
-    }
-    profile.rule = rule;
     return onuQosResOk;
 }
 
