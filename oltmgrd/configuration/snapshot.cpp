@@ -1,24 +1,16 @@
 #include "oltmgrd/configuration/snapshot.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <set>
 #include <tuple>
 #include <unordered_map>
 
 #include "BLLManager.h"
+#include "rules/uniTypes.h"
 
 namespace oltmgrd {
 namespace {
-
-struct UniType {
-    int uniType;
-    std::int32_t termPointType;
-};
-
-// How the module translates termination point types for the hardware layer.
-constexpr std::array kUniTypes{UniType{7, 0}, UniType{6, 1}, UniType{1, 2}};
 
 /// Where each profile stands in the document, by its name and by the serial that survives renaming.
 class Places {
@@ -110,11 +102,9 @@ class PushedBindings {
 public:
     explicit PushedBindings(const std::vector<standin::Binding>& bindings) {
         for (const standin::Binding& binding : bindings) {
-            const auto* row = std::ranges::find(kUniTypes, binding.uniType, &UniType::uniType);
-            if (row != kUniTypes.end()) {
+            if (const auto type = rules::termPointTypeOf(binding.uniType)) {
                 pushed_[{binding.interface, binding.flowProfile, binding.tcontProfile, binding.virtualPort}] =
-                    {.point = {.type = row->termPointType,
-                               .id = static_cast<std::int16_t>(binding.termPointId)},
+                    {.point = {.type = *type, .id = static_cast<std::int16_t>(binding.termPointId)},
                      .tcontId = binding.tcontId};
             }
         }

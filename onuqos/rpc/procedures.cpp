@@ -16,6 +16,11 @@ struct ReplyOf<Procedure> {
     using Type = Reply;
 };
 
+template <typename Record>
+concept HasName = requires(Record record) {
+    record.name;
+};
+
 /// The reply of a procedure that answers a result alone.
 template <auto Procedure>
 auto* told(std::uint32_t res) {
@@ -31,7 +36,7 @@ template <auto Procedure, typename Ask>
 auto* asked(Ask ask) {
     static typename ReplyOf<Procedure>::Type reply;
     auto& [record, res] = reply;
-    if constexpr (requires { record.name; }) {
+    if constexpr (HasName<std::remove_reference_t<decltype(record)>>) {
         record = {};
     }
     res = static_cast<std::remove_reference_t<decltype(res)>>(ask(&record));
