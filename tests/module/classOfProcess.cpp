@@ -1,21 +1,20 @@
-// Compiled into a test program once per bandwidth class: the module fixes its constants when it is loaded, so
-// the platform's features have to be there before any other static object of the program is made.
+#include <cstdlib>
 
 #include "standin/inventory.h"
 
-/// Constant, and so there before any object of the program that asks for it.
-extern const bool kTenG;
-constinit const bool kTenG = ONUQOS_TEST_FEATURE != 0;
+int featureOfProcess() {
+    const char* feature = std::getenv("ONUQOS_TEST_FEATURE");
+    return feature == nullptr ? 0 : std::atoi(feature);
+}
 
 namespace {
 
+// The module fixes its constants when it is loaded, so the platform's features have to be there before any
+// other static object of the program is made.
 struct ClassOfProcess {
     ClassOfProcess() {
         standin::Inventory inventory;
-        inventory.features = {{5, true}};
-        if (kTenG) {
-            inventory.features[ONUQOS_TEST_FEATURE] = true;
-        }
+        inventory.features = {{5, true}, {featureOfProcess(), featureOfProcess() != 0}};
         standin::configure(inventory);
     }
 };

@@ -72,7 +72,7 @@ standin::Inventory ModuleTest::inventory() {
             platform.onus.push_back({.interface = 100 * port + onu, .parent = port, .port = onu});
         }
     }
-    platform.features = {{5, true}, {isActive(13) ? 13 : 15, kTenG}};
+    platform.features = {{5, true}, {featureOfProcess(), kTenG}};
     return platform;
 }
 

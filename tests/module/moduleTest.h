@@ -30,8 +30,12 @@ using Vlans = std::vector<std::uint16_t>;
 using Rule = onuQos::onuFlowProfileRule;
 using Action = onuQos::onuFlowProfileAction;
 
-/// The bandwidth class of this process (classOfProcess.cpp), and a value that depends on it.
-extern const bool kTenG;
+/// The feature that makes the bandwidth class of this process 10G, 13 or 15 as ONUQOS_TEST_FEATURE says; 0
+/// for GPON.
+int featureOfProcess();
+
+/// The bandwidth class of this process, and a value that depends on it.
+inline const bool kTenG = featureOfProcess() != 0;
 template <typename Value>
 Value byClass(Value gpon, Value tenG) {
     return kTenG ? tenG : gpon;
