@@ -268,6 +268,34 @@ TEST_F(CacTest, whatManagementSeesOfAPort) {
     EXPECT_THAT(logLines(), IsEmpty());
 }
 
+TEST_F(CacTest, aPortsDistancesAreFoundByItsIndexAndItsFreeBandwidthByItsOltNumber) {
+    standin::Inventory crossed = inventory();
+    std::swap(crossed.ports[0].olt, crossed.ports[1].olt);
+    startAgain(crossed);
+    standin::ports::setDistances(2, 0, 10);  // OLT port 1
+    standin::ports::overrideAvailable(2, standin::ports::Available{0, 0});
+    unsigned int est[2]{}, act[2]{};
+    bool violation = true;
+    EXPECT_EQ(module_.onuQosCacOltGet(1, est[0], est[1], act[0], act[1], violation), onuQosResOk);
+    EXPECT_EQ(est[0], byClass(468024U, 3327072U)) << "over 10 km";
+    EXPECT_EQ(act[1], byClass(1240640U, 9918464U)) << "its own";
+}
+
+TEST_F(CacTest, lineSpeedsAreTheLinksOrElseWhatThePhyIsCapableOf) {
+    standin::Inventory platform = inventory();
+    platform.ports[0].speed = dslSpeed_t{1999, 2000};
+    platform.ports[0].phyCapability = standin::PhyCapability{5, 6};
+    startAgain(platform);
+    const auto speeds = [this] {
+        unsigned int first = 0, second = 0;
+        EXPECT_EQ(module_.onuQosOltIntfCacSpeedGet(1, first, second), onuQosResOk);
+        return std::pair(first, second);
+    };
+    EXPECT_EQ(speeds(), std::pair(1999U, 2000U));
+    standin::interfaces::setLinkUp(1, false);
+    EXPECT_EQ(speeds(), std::pair(5000U, 6000U)) << "in Mbit/s there";
+}
+
 TEST_F(CacTest, theAlarmIsReportedOnceATransition) {
     makeFlow("f");
     makeRates("t", byClass(93696U, 93184U), 0);

@@ -204,6 +204,18 @@ TEST_F(ServiceTest, flowsBelongToTheFirstServiceOfTheirBindingsName) {
     EXPECT_EQ(remove("x"), onuQosResOk);
     EXPECT_EQ(module_.flowIdToServiceName(101, 1, service), onuQosResOk);
     EXPECT_EQ(service, "y");
+
+    // Names that begin alike, asked for the one in the middle.
+    const char* const words[] = {"a", "a-b", "a-b-c", "b", "c", "d"};
+    for (unsigned int i = 0; i < 3; ++i) {
+        makeFlow(words[i]);
+        makeTCont(words[3 + i], tContType5, i + 1);
+    }
+    EXPECT_EQ(bind(103, "1", "a-b-c", "d", 10), onuQosResOk);
+    EXPECT_EQ(bind(103, "2", "a", "b", 11), onuQosResOk);
+    EXPECT_EQ(bind(103, "3", "a-b", "c", 12), onuQosResOk);
+    EXPECT_EQ(module_.flowIdToServiceName(103, 6, service), onuQosResOk);
+    EXPECT_EQ(service, "3");
 }
 
 TEST_F(ServiceTest, removalsAndTheEndOfAnApplyAskThePlatformInProportion) {

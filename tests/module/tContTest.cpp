@@ -397,6 +397,11 @@ TEST_F(TContCreateAndSet, changesProfilesInAnOrderThatKeepsTheirRules) {
         {mixed, infoOf(9, 3, {9, 9, 9}), kType, kOk, "2 3 0/256/512", "type 3"},
         {mixed, infoOf(9, 5, {9, 9, 9}), kType, kOk, "2 5 256/256/1024", ""},
         {assured, infoOf(9, 5, {0, 0, 1024}), kType + kMaximum, kOk, "1 5 0/0/1024", "type 5, rates 0 0 1024"},
+        {infoOf(1, 5, {0, 0, 2048}), infoOf(9, 3, {0, 256, 9}), kType + kAssured, kOk, "1 3 0/256/512", "type 3"},
+        {infoOf(1, 5, {0, 0, 2048}), infoOf(9, 3, {0, 512, 9}), kType + kAssured, kRateError, "1 5 0/0/2048", "",
+         {refused("tContProfileCreateAndSet: Type 3 assured-max rate inconsistency")}},
+        {infoOf(1, 5, {0, 1024, 2048}), infoOf(9, 3, {0, 512, 1024}), kType + kAssured + kMaximum, kOk,
+         "1 3 0/512/1024", "type 3, rates 0 256 1024, rates 0 512 1024"},
         // What was done of an existing profile stays done.
         {assured, infoOf(4, 5, {100, 156, 640}), kId + kType + kRates, kRateError, "4 5 0/0/640",
          "id 4, type 5, rates 0 0 640", {refused("tContProfileFixedRateSet error: name=gold, rate=128")}},

@@ -59,14 +59,29 @@ TEST_F(ServiceSideTest, RemembersWhatStaysBoundThoughAStepWasRefused) {
 }
 
 TEST_F(ServiceSideTest, FindsOutLaterWhenTheLockIsNotToBeHad) {
-    ASSERT_EQ(bind(101, "a", "f", "t", 1), onuQos::onuQosResOk);
-    fail("sharedLock", 1, 1000);
-    fail("interfaceParentGet", 1, 1000);
-    EXPECT_NE(bind(102, "b", "f", "t", 1), onuQos::onuQosResOk);
-    standin::faults::clearAll();
+    const auto bindHalf = [this] {
+        fail("interfaceParentGet", 1, 1, 4);
+        EXPECT_EQ(bind(101, "half", "f", "t", 1, {.type = 1, .id = 2}), onuQos::onuQosResError);
+    };
+    const auto calls = callsOf(bindHalf);
+    const auto shared = std::ranges::count(calls, standin::Operation::sharedLock, &standin::Call::operation);
+    services().defaultSettings();
+    makeFlow("f");
+    makeTCont("t");
+    fail("sharedLock", 1, 1, static_cast<std::uint64_t>(shared - 1));  // the last one is to read the tables
+    bindHalf();
+    EXPECT_TRUE(standin::faults::list().empty());
+    EXPECT_THAT(listed(), IsEmpty());
     EXPECT_EQ(services().remove(103, "none"), onuQos::onuQosResOk);
-    const auto tables = this->tables();
-    EXPECT_EQ(listed().size(), 1 + tables.onuQosServiceIntfMap.at(102).count("b"));
+    EXPECT_THAT(listed(), ElementsAre("101 half"));
+    EXPECT_EQ(services().list().at(0).termPoint, (oltmgrd::TermPoint{.type = 1, .id = 2}));
+
+    fail("interfaceParentGet");
+    fail("sharedLock", 1, 1, 1);  // past the look at the interface
+    EXPECT_EQ(services().remove(101, "half"), onuQos::onuQosResError);
+    EXPECT_THAT(listed(), ElementsAre("101 half")) << "gone, and not known to be";
+    EXPECT_EQ(bind(102, "b", "f", "t", 1), onuQos::onuQosResOk);
+    EXPECT_THAT(listed(), ElementsAre("102 b"));
 }
 
 TEST_F(ServiceSideTest, FactorySettingsForgetEverythingUnlessNothingWasDone) {

@@ -74,6 +74,11 @@ TEST_F(DbaTest, CountsEachOnusTContOnce) {
         EXPECT_EQ(freeOn(1), step.left) << step.what;
     }
     EXPECT_EQ(freeOn(2), "9918364/9918314");
+    apply(101, "gold", 1, 1);
+    api_.onuQosClearConfig();
+    EXPECT_EQ(freeOn(1), "1000/2000");
+    apply(101, "gold", 1, 1);
+    EXPECT_EQ(freeOn(1), "1000/2000") << "its profile is gone";
 }
 
 TEST_F(DbaTest, KeepsTheRatesOfTheFirstPushAndNeverGoesBelowNothing) {

@@ -92,6 +92,19 @@ TEST_F(LockTest, SharedLockMayOutliveTheExclusiveOneAroundIt) {
     EXPECT_TRUE(freeForOthers<ExclusiveLock>());
 }
 
+TEST_F(LockTest, ADowngradeLetsReadersInThatWaitedAndKeepsAWriterOut) {
+    auto exclusive = std::make_unique<ExclusiveLock>();
+    auto shared = std::make_unique<SharedLock>();
+    auto reader = waiting(obtainable<SharedLock>);
+    auto writer = waiting(obtainable<ExclusiveLock>);
+    exclusive.reset();
+    EXPECT_TRUE(reader.get());
+    EXPECT_TRUE(obtainable<SharedLock>()) << "again, ahead of the writer";
+    EXPECT_EQ(standin::lock::waiting(), 1U);
+    shared.reset();
+    EXPECT_TRUE(writer.get());
+}
+
 TEST_F(LockTest, ReaderReentersWhileAWriterWaitsAndOthersQueueBehindIt) {
     auto reader = std::make_unique<SharedLock>();
     auto writer = waiting(obtainable<ExclusiveLock>);

@@ -225,6 +225,16 @@ class ControlChannel(harness.DaemonTest):
              "/arguments/service: must be a name"),
             (b'{"command": "onu-config-event", "arguments": {"interface": 1, "ready": 1}}', 1,
              "/arguments/ready: must be true or false"),
+            (b'{"command": "onu-config-event", "arguments": {"interface": 1, "ready": true, "other": null}}', 1,
+             "/arguments/other: must be true or false"),
+            (b'{"command": "fault-set", "arguments": {"operation": "reportAlarm", "answer": true}}', 1,
+             "/arguments/answer: must be an integer"),
+            (b'{"command": "fault-set", "arguments": {"operation": "reportAlarm", "times": "1"}}', 1,
+             "/arguments/times: must be an integer"),
+            (b'{"command": "fault-clear", "arguments": {"operation": 7}}', 1, "/arguments/operation: must be a string"),
+            (b'{"command": "message", "arguments": {"name": "x", "argument": 0}}', 1,
+             "/arguments/argument: must be a name"),
+            (b'{"command": "config-save", "arguments": {"file": []}}', 1, "/arguments/file: must be a name"),
             (b'{"command": "status", "arguments": ' + b'{"a": ' * 100000 + b"1" + b"}" * 100001, 1, "nested more than"),
         )
         for line, result, text in rows:
@@ -448,6 +458,22 @@ class Configuration(harness.DaemonTest):
         first = self.read("config.json")
         daemon.request("config-save")
         self.assertEqual(self.read("config.json"), first)
+        daemon.stop()
+
+    def test_saved_service_profiles_take_the_place_of_the_inventorys(self):
+        daemon = self.daemon
+        profiles = [{"name": name, "tcontProfile": "", "flowProfile": "f"} for name in ("kept", "changed", "removed")]
+        daemon.write_inventory({**harness.INVENTORY, "serviceProfiles": profiles})
+        daemon.start_with_config()
+        self.assertEqual(daemon.request("service-profile-list")["serviceProfiles"], profiles)
+        for name in ("changed", "removed"):
+            daemon.request("service-profile-remove", name=name)
+        saved = [profiles[0], {"name": "changed", "tcontProfile": "t", "flowProfile": ""}]
+        daemon.request("service-profile-add", **saved[1])
+        daemon.request("config-save")
+        self.restart()
+        self.assertEqual(daemon.request("service-profile-list")["serviceProfiles"], saved)
+        self.assertEqual(daemon.request("status")["restore"]["lost"], [])
         daemon.stop()
 
     def test_what_cannot_be_restored_is_told_and_kept(self):

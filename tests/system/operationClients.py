@@ -2,11 +2,13 @@
 """Everything but profiles: admission control and the module through onuqosctl, the control channel through oltctl."""
 
 import base64
+import contextlib
 import json
 import os
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 
 import harness
@@ -153,6 +155,45 @@ class ModuleTest(ClientTest):
         answer = self.oltctl("--timeout", "0.2", "status")
         self.assertEqual(answer.status, 3)
         self.assertRegex(answer.err, r"^oltctl: control path .*no answer in time.*\n$")
+
+    def test_over_udp_reads_are_repeated_and_changes_sent_once(self):
+        def ask(command, timeout):
+            """A client of a server that has not answered yet, and that server."""
+            server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+            self.addCleanup(server.close)
+            server.bind(("127.0.0.1", 0))
+            server.settimeout(PATIENCE)
+            client = subprocess.Popen([self.client("onuqosctl"), "--transport", "udp", "--port",
+                                       str(server.getsockname()[1]), "--timeout", timeout, *command.split()],
+                                      stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            self.addCleanup(client.wait)
+            self.addCleanup(client.kill)
+            return client, server
+
+        def received(server):
+            data, peer = server.recvfrom(1 << 16)
+            return struct.unpack(">6I", data[:24])[5], data[:4], peer
+        changes = {"tcont create p": 100, "tcont delete p": 101, "tcont rename p q": 102, "tcont copy p q": 103,
+                   "tcont set p --id 2": 109, "tcont create p --id 2": 115, "flow create p": 1, "flow create p --pcp 1": 12,
+                   "flow vlan add p 1": 6, "flow reset p peak": 7}
+        telling = {}
+        for command in changes:
+            telling[command] = ask(command, "1.5")
+            if "create" in command:  # which looks first whether the profile is there
+                _, transaction, peer = received(telling[command][1])
+                size = 292 if command.startswith("tcont") else 2348
+                telling[command][1].sendto(transaction + struct.pack(f">5I{size}xI", 1, 0, 0, 0, 0, 3), peer)
+        asking = {command: ask(command, str(PATIENCE)) for command in ("state", "ranges", "tcont list", "cac show 1")}
+        for command, (_, server) in asking.items():
+            self.assertEqual(received(server)[0], received(server)[0], command)
+        for command, (client, server) in telling.items():
+            self.assertEqual(client.wait(PATIENCE), 3, command)
+            server.setblocking(False)
+            procedures = []
+            with contextlib.suppress(BlockingIOError):
+                while True:
+                    procedures.append(received(server)[0])
+            self.assertEqual(procedures.count(changes[command]), 1, command)
 
     def test_the_portmapper_is_asked(self):
         if not self.has_own_network or shutil.which("rpcbind") is None:
