@@ -96,11 +96,16 @@ TEST_F(LockTest, ADowngradeLetsReadersInThatWaitedAndKeepsAWriterOut) {
     auto exclusive = std::make_unique<ExclusiveLock>();
     auto shared = std::make_unique<SharedLock>();
     auto reader = waiting(obtainable<SharedLock>);
-    auto writer = waiting(obtainable<ExclusiveLock>);
     exclusive.reset();
     EXPECT_TRUE(reader.get());
-    EXPECT_TRUE(obtainable<SharedLock>()) << "again, ahead of the writer";
+    shared.reset();
+
+    exclusive = std::make_unique<ExclusiveLock>();
+    shared = std::make_unique<SharedLock>();
+    auto writer = waiting(obtainable<ExclusiveLock>);
+    exclusive.reset();
     EXPECT_EQ(standin::lock::waiting(), 1U);
+    EXPECT_TRUE(obtainable<SharedLock>()) << "again, ahead of the writer";
     shared.reset();
     EXPECT_TRUE(writer.get());
 }
@@ -159,7 +164,10 @@ TEST_F(LockTest, GivesUpAtTheDeadlineAndLetsThoseBehindThrough) {
     const SharedLock holder;
     standin::lock::setDeadline(100ms);
     const auto begin = std::chrono::steady_clock::now();
-    auto writer = waiting(obtainable<ExclusiveLock>);
+    auto writer = std::async(std::launch::async, obtainable<ExclusiveLock>);
+    EXPECT_TRUE(await([&writer] {
+        return standin::lock::waiting() == 1 || writer.wait_for(0s) == std::future_status::ready;
+    }));
     standin::lock::setDeadline(kLongEnough);
     auto reader = std::async(std::launch::async, obtainable<SharedLock>);
     EXPECT_FALSE(writer.get());
