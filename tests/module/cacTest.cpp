@@ -260,9 +260,10 @@ TEST_F(CacTest, whatManagementSeesOfAPort) {
     EXPECT_EQ(std::pair(fixed, assured), std::pair(maxFixed - 1920, left));
     fail("getAvailableBandwith");
     EXPECT_THAT(see(), ElementsAre(left, left, kMost, kMost));
-    logLines();
     standin::ports::setDistances(1, 0, 54);
+    fail("reportAlarm");
     module_.onuQosOltPortDistanceChangedEventHandler(1);
+    logLines();
     EXPECT_THAT(see(), ElementsAre(0, left, 34359738, 34359738));
     EXPECT_TRUE(violation);
     EXPECT_THAT(logLines(), IsEmpty());

@@ -231,9 +231,13 @@ TEST_F(FlowTest, createAndSetNeverCrossesTheRatesOnItsWay) {
         ElementsAre("onuFlowProfileRuleSet(p, {3, []}, 1)", "onuFlowProfileRuleSet(p, {4294967295, []}, 0)",
                     "onuFlowProfileActionSet(p, {1000, 2048, 1, 2}, 1)",
                     "onuFlowProfileActionSet(p, {1024, 2000, 1, 2}, 0)"));
-    EXPECT_THAT(trace(infoOf({}, {200, 1023, 0, 0}), ONUFLOW_PARM_GUAR_RATE_US | ONUFLOW_PARM_PEAK_RATE_US),
-                ElementsAre("onuFlowProfileActionSet(p, {256, 1023, 1, 2}, 0)",
-                            "onuFlowProfileActionSet(p, {200, 1024, 1, 2}, 1)"));
+    constexpr auto kBothRates = ONUFLOW_PARM_GUAR_RATE_US | ONUFLOW_PARM_PEAK_RATE_US;
+    EXPECT_THAT(trace(infoOf({}, {512, 1024, 0, 0}), kBothRates),
+                ElementsAre("onuFlowProfileActionSet(p, {512, 1024, 1, 2}, 1)",
+                            "onuFlowProfileActionSet(p, {512, 1024, 1, 2}, 0)"));
+    EXPECT_THAT(trace(infoOf({}, {200, 511, 0, 0}), kBothRates),
+                ElementsAre("onuFlowProfileActionSet(p, {256, 511, 1, 2}, 0)",
+                            "onuFlowProfileActionSet(p, {200, 512, 1, 2}, 1)"));
     EXPECT_THAT(trace(infoOf({}, {0, 256, 0, 0}), ONUFLOW_PARM_PEAK_RATE_US),
                 ElementsAre("onuFlowProfileActionSet(p, {256, 256, 1, 2}, 1)"));
     EXPECT_EQ(profile(), infoOf({}, {256, 256, 1, 2}));

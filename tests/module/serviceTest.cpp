@@ -202,6 +202,7 @@ TEST_F(ServiceTest, flowsBelongToTheFirstServiceOfTheirBindingsName) {
     EXPECT_EQ(module_.flowIdToServiceName(101, 1, service), onuQosResOk);
     EXPECT_EQ(service, "x");
     EXPECT_EQ(remove("x"), onuQosResOk);
+    EXPECT_EQ(module_.flowIdToServiceName(101, 2, service), onuQosResError) << "gone with its binding";
     EXPECT_EQ(module_.flowIdToServiceName(101, 1, service), onuQosResOk);
     EXPECT_EQ(service, "y");
 

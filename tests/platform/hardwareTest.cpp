@@ -105,10 +105,12 @@ TEST(History, OfAlarmsAndOnuEventsIsBounded) {
         Diagnostics::reportAlarm(i == 0 ? Diagnostics::Report : Diagnostics::Retreat, i, 1,
                                  Diagnostics::boardObjDefault, Diagnostics::objIds_t("", 1, 3, 11));
     }
+    Diagnostics::reportAlarm(Diagnostics::Report, 0, 1, Diagnostics::boardObjDefault, {});
     const standin::Alarms alarms = standin::alarms::snapshot();
-    EXPECT_EQ(alarms.active.size(), 1) << "whatever the history forgets";
+    ASSERT_EQ(alarms.active.size(), 1) << "whatever the history forgets";
+    EXPECT_TRUE(alarms.active[0].numbers.empty()) << "as it was reported last";
     EXPECT_EQ(alarms.history.size(), standin::alarms::kHistoryKept);
-    EXPECT_EQ(alarms.history.front().code, 1);
+    EXPECT_EQ(alarms.history.front().code, 2);
     for (unsigned int i = 0; i <= standin::hardware::kOnuEventsKept; ++i) {
         onuQosOMApi().onuReadyHandler({}, i, true);
     }

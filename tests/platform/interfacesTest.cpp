@@ -4,7 +4,6 @@
 
 #include "Features.h"
 #include "Interfaces.h"
-#include "Ports.h"
 #include "platformTest.h"
 #include "standin/features.h"
 
@@ -81,22 +80,15 @@ TEST_F(InterfacesTest, AnswerWhatTheInventorySays) {
     EXPECT_EQ(answers(301), "4 - - - 1/8 - 1 - - ");
     EXPECT_EQ(answers(50), "6 - - - 2/4 2/4/0 1 - - ");
     EXPECT_EQ(answers(4), "- - - - - - - - - ");
+    standin::interfaces::overrideType(50, 9);
+    EXPECT_EQ(answers(50), "9 - - - 2/4 2/4/0 1 - - ");
+    standin::interfaces::overrideType(50, std::nullopt);
+    EXPECT_EQ(answers(50), "- - - - 2/4 2/4/0 1 - - ");
     standin::interfaces::setLinkUp(3, true);
     EXPECT_EQ(answers(3), "3 3/77 - 9 0/0 0/0/0 1 1999/2000 5/6 ");
     EXPECT_TRUE(isActive(5) && !isActive(13) && !isActive(15));
     standin::features::set(15, true);
     EXPECT_TRUE(isActive(15));
-}
-
-TEST_F(InterfacesTest, PortsAreFoundByOltNumberLessOne) {
-    OLTmanager& manager = singleton<Ports>::instance().getGponImpl();
-    rpcOltPort config;
-    standin::ports::setDistances(3, 5, 55);
-    ASSERT_NE(manager.getOltPort(8), nullptr);
-    EXPECT_EQ(manager.getOltPort(8)->getOMconfig(config), 0);
-    EXPECT_EQ(joined(config.minDistance, config.maxDistance), "5/55");
-    EXPECT_EQ(manager.getOltPort(2), nullptr);
-    EXPECT_EQ(manager.getOltPort(0xFFFFFFFF), nullptr);
 }
 
 }  // namespace

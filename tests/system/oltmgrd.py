@@ -119,7 +119,7 @@ class Lifecycle(harness.DaemonTest):
 
     def test_status(self):
         self.addCleanup(os.umask, os.umask(0))
-        self.daemon.start()
+        self.daemon.start("--module", self.module)  # named twice, it is loaded once
         status = self.daemon.request("status")
         self.assertEqual({entity["name"]: entity["state"] for entity in status["entities"]},
                          dict.fromkeys(("interfaces", "zqbridge", "servprofile", "ports", "onuqos"), "started"))
@@ -218,6 +218,7 @@ class ControlChannel(harness.DaemonTest):
             (b'{"command": "status", "arguments": {"x": 1}}', 1, "/arguments/x: is not known here"),
             (b'{"command": "log-level"}', 1, '/arguments: "level" is missing'),
             (b'{"command": "log-level", "arguments": {"level": "1"}}', 1, "/arguments/level: must be an integer"),
+            (b'{"command": "log-level", "arguments": {"level": 10}}', 1, "level: must be from 0 to 9"),
             (b'{"command": "fault-set", "arguments": {"operation": "nothing"}}', 1, "no platform operation"),
             (b'{"command": "service-remove", "arguments": {"interface": 4294967296, "service": ""}}', 1,
              "/arguments/interface: must be an integer from 0 to 4294967295"),
@@ -350,12 +351,16 @@ class Commands(harness.DaemonTest):
         self.assertEqual(daemon.request("service-remove", interface=1, service="a")["resName"], "onuQosResWrongIntf")
         self.assertEqual(daemon.request("service-remove", interface=101, service=odd)["resName"], "onuQosResOk")
         self.assertEqual([row["service"] for row in daemon.request("service-list")["services"]], ["wrong"])
+        daemon.request("fault-set", operation="onuQosClearConfig")
+        self.assertEqual(daemon.control.request("default-settings"),
+                         {"result": 0, "text": "failed; the log says why: onuqos", "arguments": {"ok": False}})
         self.assertEqual(daemon.request("default-settings"), {"ok": True})
         self.assertEqual(daemon.request("service-list")["services"], [])
 
     def test_an_alarm_and_ports_that_are_none(self):
         self.make_profiles()
         self.daemon.bind(101, "a", "f", "t")
+        time.sleep(1 - time.time() % 1)  # until the milliseconds of its time need zeros before them
         self.daemon.request("port-distance-set", interface=1, min=0, max=60)
         alarm = self.daemon.request("alarms-get")["active"][0]
         self.assertRegex(alarm.pop("time"), r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
