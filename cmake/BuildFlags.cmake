@@ -1,5 +1,18 @@
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection ONUQOS_HAS_CF_PROTECTION)
+
+# What turns overruns and overwritten addresses into a prompt end of the process, in optimised builds.
+add_library(onuqos_hardening INTERFACE)
+if(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+    target_compile_options(onuqos_hardening INTERFACE
+        -fstack-protector-strong $<$<BOOL:${ONUQOS_HAS_CF_PROTECTION}>:-fcf-protection>)
+    target_compile_definitions(onuqos_hardening INTERFACE _FORTIFY_SOURCE=2)
+    target_link_options(onuqos_hardening INTERFACE -Wl,-z,relro -Wl,-z,now)
+endif()
+
 # Warnings and instrumentation that every target of the project is built with.
 add_library(onuqos_build_flags INTERFACE)
+target_link_libraries(onuqos_build_flags INTERFACE onuqos_hardening)
 target_compile_options(onuqos_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror)
 target_link_options(onuqos_build_flags INTERFACE -Wl,--as-needed)
 # Line tables serve backtraces and debuggers' stepping; full debug information would take a third of the build.

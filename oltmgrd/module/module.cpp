@@ -33,16 +33,16 @@ void* load(const std::string& path) {
 std::string defaultModule() {
     std::error_code error;
     const std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", error);
-    const std::filesystem::path places[] = {executable.parent_path() / ".." / "lib" / kModuleFile,
-                                            executable.parent_path() / kModuleFile,
-                                            std::filesystem::path(OLTMGRD_LIBRARY_DIRECTORY) / kModuleFile};
+    const std::filesystem::path tree = executable.parent_path().parent_path();
+    const std::filesystem::path places[] = {tree / "lib" / kModuleFile,
+                                            tree / OLTMGRD_LIBRARY_DIRECTORY / kModuleFile};
     for (const std::filesystem::path& place : places) {
         if (std::filesystem::exists(place, error)) {
-            return place.lexically_normal();
+            return place;
         }
     }
-    throw StartError("module " + std::string(kModuleFile) + " is neither beside " + executable.string() +
-                     " nor in " OLTMGRD_LIBRARY_DIRECTORY "; give its path with --module");
+    throw StartError("module " + std::string(kModuleFile) + " is not in the library directory of " +
+                     tree.string() + "; give its path with --module");
 }
 
 const onuQosClassInterface* loadModules(const std::vector<std::string>& paths) {
