@@ -24,8 +24,9 @@ constexpr Range kDoubleWidth[] = {
 
 // Controls, and format characters that are invisible or change the direction of what follows.
 constexpr Range kHidden[] = {
-    {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},     {0x200B, 0x200F},   {0x2028, 0x202E},
-    {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE007F},
+    {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},       {0x061C, 0x061C},
+    {0x180E, 0x180E}, {0x200B, 0x200F}, {0x2028, 0x202E},   {0x2060, 0x206F},
+    {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE007F},
 };
 
 template <std::size_t count>
@@ -123,6 +124,22 @@ std::string printable(std::string_view text) {
             out += "\\\\";
         } else {
             out += text.substr(0, bytes);
+        }
+        text.remove_prefix(bytes);
+    }
+    return out;
+}
+
+std::string printableText(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const auto point = firstCodePoint(text);
+        const std::size_t bytes = point ? point->bytes : 1;
+        const bool isLayout = text.front() == '\n' || text.front() == '\t';
+        if (isLayout || (point && !contains(kHidden, point->value))) {
+            out += text.substr(0, bytes);
+        } else {
+            appendEscaped(out, text.substr(0, bytes));
         }
         text.remove_prefix(bytes);
     }

@@ -26,6 +26,10 @@ std::size_t displayWidth(std::string_view text);
 /// that different bytes never look the same; an empty text as "".
 std::string printable(std::string_view text);
 
+/// `text` with everything a terminal would not show as itself written as "\xNN", except for ends of lines and
+/// tabs. Backslashes stay as they are, so that what is escaped already is not escaped again.
+std::string printableText(std::string_view text);
+
 /// printable() in single quotes, for messages; an empty text as ''.
 std::string inQuotes(std::string_view text);
 

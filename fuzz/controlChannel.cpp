@@ -41,7 +41,7 @@ class Connection {
 public:
     Connection() {
         // It only looks for a portmapper: without being started it serves nobody.
-        static const oltmgrd::RpcServer kRpc(host());
+        static oltmgrd::RpcServer kRpc(host(), [](const std::string& /*line*/) {});
         Olt::instance().startWithProfiles();
         context_.module = &interface_;
         context_.services = &services_;

@@ -17,6 +17,14 @@ std::string oltmgrd::readFile(const std::string& path) {
     return *fuzz::theFile();
 }
 
-void oltmgrd::replaceFile(const std::string&, std::string_view contents) {
+std::string oltmgrd::resolvedPath(const std::string& path) {
+    return path;
+}
+
+oltmgrd::FileLock::FileLock(const std::string& /*path*/) {}
+
+oltmgrd::LockedFile::LockedFile(const std::string& path) : target_(path), lock_(path) {}
+
+void oltmgrd::LockedFile::replace(std::string_view contents) const {
     fuzz::theFile() = contents;
 }

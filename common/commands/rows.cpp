@@ -82,7 +82,7 @@ const std::vector<Row>& table() {
           {"force", Kind::boolean, "--force",
            "Also while a configuration apply is in progress, or after a restore that lost entries", "false"}}},
         {"log-level", "log-level", "Sets how much is logged",
-         {{"level", Kind::number, "LEVEL", "0 nothing, 1 errors, 3 traces too, up to 9"}}},
+         {{"level", Kind::number, "LEVEL", "0 nothing, 1 errors, 2 notices too, 3 traces too, up to 9"}}},
         {"shutdown", "shutdown", "Stops the process", {}},
     };
     return rows;

@@ -5,7 +5,6 @@
 
 #include "oltmgrd/configuration/snapshot.h"
 #include "oltmgrd/files/errors.h"
-#include "oltmgrd/files/files.h"
 
 namespace oltmgrd {
 namespace {
@@ -62,15 +61,25 @@ ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool
     }
     const ConfigurationDocument document = documentOf(state);
     try {
-        replaceFile(target, configurationText(document));
+        const std::string text = configurationText(document);
+        if (kept_ && kept_->path() == resolvedPath(target)) {
+            kept_->replace(text);
+        } else {
+            LockedFile(target).replace(text);
+        }
     } catch (const FileError& error) {
-        throw SaveError(error.what());
+        throw SaveError("nothing is saved: " + std::string(error.what()));
     }
     if (isOwnFile) {
         fileHoldsMore_ = false;
     }
-    return {.profiles = document.tcontProfiles.size() + document.flowProfiles.size(),
-            .bindings = document.bindings.size()};
+    const Saved saved{.profiles = document.tcontProfiles.size() + document.flowProfiles.size(),
+                      .bindings = document.bindings.size()};
+    if (saved_) {
+        saved_("configuration saved to " + target + ": " + std::to_string(saved.profiles) + " profiles, " +
+               std::to_string(saved.bindings) + " bindings");
+    }
+    return saved;
 }
 
 }  // namespace oltmgrd

@@ -23,7 +23,7 @@ struct CommandContext {
     const onuQosClassInterface* module = nullptr;  ///< null, like the next two, when no module binds services
     ServiceSide* services = nullptr;
     ConfigurationStore* configuration = nullptr;
-    const RpcServer* rpc = nullptr;
+    RpcServer* rpc = nullptr;
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 

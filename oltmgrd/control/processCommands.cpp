@@ -4,8 +4,6 @@
 
 #include "common/name.h"
 #include "oltmgrd/control/handlers.h"
-#include "oltmgrd/process/options.h"
-#include "standin/log.h"
 
 namespace oltmgrd {
 namespace {
@@ -41,7 +39,7 @@ Answer status(CommandContext& context, const Arguments&) {
                                 {"uptime", std::chrono::duration_cast<std::chrono::seconds>(uptime).count()},
                                 {"rpcUdpPort", ports.udp},
                                 {"rpcTcpPort", ports.tcp},
-                                {"portmapper", context.rpc->isPortmapperThere()},
+                                {"portmapper", context.rpc->isPublished()},
                                 {"configApply",
                                  context.configuration != nullptr && context.configuration->isApplying()}}};
     if (context.configuration != nullptr && context.configuration->restoreReport()) {
@@ -50,12 +48,12 @@ Answer status(CommandContext& context, const Arguments&) {
     return answer;
 }
 
-Answer logLevel(CommandContext&, const Arguments& arguments) {
+Answer logLevel(CommandContext& context, const Arguments& arguments) {
     const std::uint32_t level = arguments.number("level");
     if (level > std::uint32_t{kLogLevelMax}) {
         throw CommandError("level: must be from 0 to " + std::to_string(kLogLevelMax));
     }
-    standin::log::setLevel(static_cast<int>(level));
+    context.host->setLogLevel(static_cast<int>(level));
     return {};
 }
 

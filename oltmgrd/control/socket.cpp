@@ -1,7 +1,5 @@
 #include "oltmgrd/control/socket.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -36,77 +34,61 @@ sockaddr_un addressOf(const std::string& path) {
     return address;
 }
 
-int newSocket(const std::string& path) {
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+Descriptor newSocket(const std::string& path) {
+    Descriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (descriptor == -1) {
         fail(path, std::strerror(errno));
     }
     return descriptor;
 }
 
-}  // namespace
+bool isSocketThere(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        fail(path, "is there already and is no socket; remove it or give another path with --control");
+    }
+    return true;
+}
 
-ControlSocket::ControlSocket(const std::string& path) : path_(path), lockPath_(path + ".lock") {
+/// The lock decides between two processes that start at the same time.
+FileLock lockOf(const std::string& path) {
+    addressOf(path);
+    isSocketThere(path);  // nothing is left beside what is no socket
     try {
-        lock();
-        removeStale();
-        listen();
-    } catch (...) {
-        ::close(socket_);
-        if (lock_ != -1) {
-            ::unlink(lockPath_.c_str());
-            ::close(lock_);
-        }
-        throw;
+        return FileLock(path);
+    } catch (const FileInUseError&) {
+        failInUse(path);
+    } catch (const FileError& error) {
+        fail(path, "its lock file cannot be had: " + std::string(error.what()) +
+                       "; see that its directory is there and writable, or give another path with --control");
     }
 }
 
-ControlSocket::~ControlSocket() {
-    ::unlink(path_.c_str());
-    ::unlink(lockPath_.c_str());
-    ::close(socket_);
-    ::close(lock_);
+}  // namespace
+
+ControlSocket::ControlSocket(const std::string& path) : path_(path), lock_(lockOf(path)) {
+    removeStale();
+    listen();
 }
 
-/// The lock decides between two processes that start at the same time; it dies with its holder.
-void ControlSocket::lock() {
-    addressOf(path_);
-    while (true) {
-        const int descriptor = ::open(lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode);
-        if (descriptor == -1) {
-            fail(path_,
-                 "its lock file cannot be made: " + std::string(std::strerror(errno)) +
-                     "; see that its directory is there and writable, or give another path with --control");
-        }
-        if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-            ::close(descriptor);
-            failInUse(path_);
-        }
-        // The holder before us may have removed the file between our opening and our locking it.
-        struct stat ours {};
-        struct stat named {};
-        if (::fstat(descriptor, &ours) == 0 && ::stat(lockPath_.c_str(), &named) == 0 &&
-            ours.st_ino == named.st_ino && ours.st_dev == named.st_dev) {
-            lock_ = descriptor;
-            return;
-        }
-        ::close(descriptor);
+ControlSocket::~ControlSocket() {
+    struct stat status {};
+    if (::lstat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == inode_) {
+        ::unlink(path_.c_str());
     }
 }
 
 void ControlSocket::removeStale() const {
-    struct stat status {};
-    if (::lstat(path_.c_str(), &status) != 0) {
+    if (!isSocketThere(path_)) {
         return;
     }
-    if (!S_ISSOCK(status.st_mode)) {
-        fail(path_, "is there already and is no socket; remove it or give another path with --control");
-    }
     const sockaddr_un address = addressOf(path_);
-    const int probe = newSocket(path_);
+    const Descriptor probe = newSocket(path_);
     const bool answers =
         ::connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN;
-    ::close(probe);
     if (answers) {
         failInUse(path_);
     }
@@ -123,6 +105,11 @@ void ControlSocket::listen() {
     if (::fchmod(socket_, kMode) != 0 ||
         ::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail(path_, std::strerror(errno));
+    }
+    struct stat status {};
+    if (::lstat(path_.c_str(), &status) == 0) {
+        device_ = status.st_dev;
+        inode_ = status.st_ino;
     }
     if (::chmod(path_.c_str(), kMode) != 0 || ::listen(socket_, SOMAXCONN) != 0) {
         const int error = errno;

@@ -1,12 +1,17 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
+
+#include "oltmgrd/files/descriptor.h"
+#include "oltmgrd/files/fileLock.h"
 
 namespace oltmgrd {
 
 /// The listening Unix stream socket of the control channel, mode 0600. Takes the path for this process: a
-/// socket that a killed process left behind is replaced, a living one is not. The path is free again at the
-/// end.
+/// socket that a killed process left behind is replaced, a living one is not. At the end the path is free
+/// again, unless somebody has put something else there; the lock's file beside it stays.
 class ControlSocket {
 public:
     /// Throws `StartError` that names the path.
@@ -18,14 +23,14 @@ public:
     int descriptor() const { return socket_; }
 
 private:
-    void lock();
     void removeStale() const;
     void listen();
 
     std::string path_;
-    std::string lockPath_;
-    int lock_ = -1;
-    int socket_ = -1;
+    FileLock lock_;
+    Descriptor socket_;
+    dev_t device_ = 0;  // with the next: what the socket's file was made as
+    ino_t inode_ = 0;
 };
 
 }  // namespace oltmgrd

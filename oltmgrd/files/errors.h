@@ -30,4 +30,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A file is another process's. The text says whose.
+class FileInUseError : public FileError {
+public:
+    using FileError::FileError;
+};
+
 }  // namespace oltmgrd

@@ -5,42 +5,25 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
-#include <utility>
+#include <random>
 
+#include "oltmgrd/files/descriptor.h"
 #include "oltmgrd/files/errors.h"
 
 namespace oltmgrd {
 namespace {
 
 constexpr mode_t kNewFileMode = 0640;
+constexpr const char* kTemporary = ".new-";  // after the file's name; random characters follow
+constexpr std::size_t kTemporaryRandom = 6;
 
 [[noreturn]] void fail(const std::string& path, int error) {
     throw FileError(path + ": " + std::strerror(error));
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ != -1) {
-            ::close(descriptor_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    operator int() const { return descriptor_; }
-
-    /// Closes it; false with errno set when what was written may be lost.
-    bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
-
-private:
-    int descriptor_;
-};
 
 bool writeAll(int descriptor, std::string_view contents) {
     while (!contents.empty()) {
@@ -53,22 +36,42 @@ bool writeAll(int descriptor, std::string_view contents) {
     return true;
 }
 
-/// What `path` names behind its symbolic links; `path` itself where nothing is.
-std::string resolved(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
-    return real ? std::string(real.get()) : path;
-}
-
 std::string directoryOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
+std::string randomLetters() {
+    std::random_device random;
+    std::string letters(kTemporaryRandom, 'a');
+    for (char& letter : letters) {
+        letter = static_cast<char>('a' + random() % 26);
+    }
+    return letters;
+}
+
+/// Removes what killed processes left behind when they replaced the file. The caller has its lock.
+void removeLeftOvers(const std::string& target) {
+    const std::string begin = target.substr(target.rfind('/') + 1) + kTemporary;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directoryOf(target), error)) {
+        const std::string name = entry.path().filename();
+        if (name.size() == begin.size() + kTemporaryRandom && name.starts_with(begin)) {
+            std::filesystem::remove(entry.path(), error);
+        }
+    }
+}
+
 }  // namespace
+
+std::string resolvedPath(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+    return real ? std::string(real.get()) : path;
+}
 
 std::string readFile(const std::string& path) {
     // Not to wait for a writer should it be a FIFO.
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
     if (file == -1 || ::fstat(file, &status) != 0) {
         fail(path, errno);
@@ -78,7 +81,8 @@ std::string readFile(const std::string& path) {
     }
     std::string contents;
     std::string block(1U << 16U, '\0');
-    while (true) {
+    // What a file's size says is not always what can be read from it.
+    while (contents.size() <= kFileMax && status.st_size <= static_cast<off_t>(kFileMax)) {
         const ssize_t count = ::read(file, block.data(), block.size());
         if (count == 0) {
             return contents;
@@ -88,30 +92,46 @@ std::string readFile(const std::string& path) {
         }
         contents.append(block, 0, count < 0 ? 0 : static_cast<std::size_t>(count));
     }
+    throw FileError(path + ": has more than " + std::to_string(kFileMax >> 20U) + " MiB");
 }
 
-void replaceFile(const std::string& path, std::string_view contents) {
-    const std::string target = resolved(path);
-    // Always the same name, so that what a crash leaves behind is gone after the next save.
-    const std::string temporary = target + ".new";
+LockedFile::LockedFile(const std::string& path) : target_(resolvedPath(path)), lock_(checked(target_)) {
+    removeLeftOvers(target_);
+}
 
-    struct stat old {};
-    const mode_t mode = ::stat(target.c_str(), &old) == 0 ? old.st_mode & 07777 : kNewFileMode;
-    if (::unlink(temporary.c_str()) != 0 && errno != ENOENT) {
-        fail(temporary, errno);
+const std::string& LockedFile::checked(const std::string& target) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw FileError(target + ": is no regular file");
     }
-    Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    return target;
+}
+
+void LockedFile::replace(std::string_view contents) const {
+    checked(target_);
+    struct stat old {};
+    const mode_t mode = ::stat(target_.c_str(), &old) == 0 ? old.st_mode & 07777 : kNewFileMode;
+    const std::string directory = directoryOf(target_);
+    const std::string temporary = target_ + kTemporary + randomLetters();
+    // Without a name for as long as it can be, so that nothing is left behind even where the process is
+    // killed.
+    Descriptor file(::open(directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, mode));
+    const bool hasName = file == -1;
+    if (hasName) {
+        file = Descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    }
     if (file == -1) {
         fail(temporary, errno);
     }
-    if (::fchmod(file, mode) != 0 || !writeAll(file, contents) || ::fsync(file) != 0 || !file.close() ||
-        ::rename(temporary.c_str(), target.c_str()) != 0) {
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    if (::fchmod(file, mode) != 0 || !writeAll(file, contents) || ::fsync(file) != 0 ||
+        (!hasName && ::linkat(AT_FDCWD, link.c_str(), AT_FDCWD, temporary.c_str(), AT_SYMLINK_FOLLOW) != 0) ||
+        !file.close() || ::rename(temporary.c_str(), target_.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());
         fail(temporary, error);
     }
 
-    const std::string directory = directoryOf(target);
     const Descriptor entries(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (entries == -1 || ::fsync(entries) != 0) {
         fail(directory, errno);

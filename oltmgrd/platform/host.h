@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -21,6 +22,9 @@ class HostError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// The log levels run from 0, nothing, to this.
+inline constexpr int kLogLevelMax = 9;
 
 struct HostEntity {
     std::string name;
@@ -98,6 +102,14 @@ public:
     virtual std::vector<ServiceProfile> serviceProfiles() const = 0;
 
     // What the platform tells
+
+    /// Sends the lines of the platform's log there, whole and with their ends, on the threads that write
+    /// them.
+    virtual void takeLog(std::function<void(int level, std::string_view line)> take) = 0;
+    /// Lines above this level are not written.
+    virtual void setLogLevel(int level) = 0;
+    /// Calls `tell` at every report and retreat of an alarm, on the thread that makes it; null for nobody.
+    virtual void onAlarm(std::function<void(const HostAlarm&)> tell) = 0;
 
     virtual HostAlarms alarms() const = 0;
     /// Nothing on a platform whose hardware layer cannot be read.

@@ -5,6 +5,7 @@
 
 #include "common/controlPath.h"
 #include "oltmgrd/files/errors.h"
+#include "oltmgrd/platform/host.h"
 
 namespace oltmgrd {
 namespace {
@@ -41,10 +42,18 @@ Options readOptions(int argc, char** argv) {
     app.add_option("--log-file", options.logFile,
                    "Where the log goes instead of standard error; SIGHUP reopens it")
         ->type_name("FILE");
-    app.add_option("--log-level", options.logLevel, "How much is logged: 0 nothing, 1 errors, 3 traces too")
+    app.add_option("--log-level", options.logLevel,
+                   "How much is logged: 0 nothing, 1 errors, 2 notices too, 3 traces too")
         ->type_name("N")
         ->check(CLI::Range(0, kLogLevelMax))
         ->capture_default_str();
+    app.add_option("--log-rate", options.logRate,
+                   "Lines a second that are logged of each level, after a burst of 2000; 0 for no limit")
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_flag("--take-over", options.takeOver,
+                 "Starts although another process serves the RPC program; the portmapper leads clients here "
+                 "then");
     app.add_option("--lock-deadline", deadlineSeconds,
                    "Seconds after which the business-logic lock is not waited for")
         ->type_name("S")

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace oltmgrd {
-
-/// The log levels run from 0, nothing, to this.
-inline constexpr int kLogLevelMax = 9;
 
 /// What the command line asks for.
 struct Options {
@@ -16,7 +14,9 @@ struct Options {
     std::vector<std::string> modules;  ///< empty: the module beside the executable
     std::string control;
     std::string logFile;  ///< empty: standard error
-    int logLevel = 1;
+    int logLevel = 2;
+    std::uint32_t logRate = 500;  ///< lines a second of each level; 0: no limit
+    bool takeOver = false;        ///< the RPC program from a process that serves it
     std::chrono::milliseconds lockDeadline{30'000};
 };
 

@@ -1,17 +1,15 @@
 #include "oltmgrd/process/process.h"
 
-#include <pthread.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "common/text.h"
 #include "oltmgrd/configuration/store.h"
 #include "oltmgrd/control/server.h"
 #include "oltmgrd/control/socket.h"
@@ -20,58 +18,23 @@
 #include "oltmgrd/module/module.h"
 #include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/process/operatorLog.h"
+#include "oltmgrd/process/signals.h"
 #include "oltmgrd/rpc/guard.h"
+#include "oltmgrd/rpc/portmapper.h"
 #include "oltmgrd/rpc/server.h"
 #include "oltmgrd/services/serviceSide.h"
-#include "standin/error.h"
-#include "standin/log.h"
 
 namespace oltmgrd {
 namespace {
 
 constexpr std::chrono::seconds kRegistrationLimit{2};
 constexpr std::chrono::seconds kRequestsLimit{1};
+// For a stop in order. What is left undone then takes the process half a second more at most.
+constexpr std::chrono::milliseconds kStopLimit{1300};
+constexpr std::chrono::milliseconds kFlushLimit{100};
 
-/// The signals that the main thread takes. Threads inherit that they are blocked.
-sigset_t handledSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        sigaddset(&signals, signal);
-    }
-    return signals;
-}
-
-void blockSignals() {
-    const sigset_t signals = handledSignals();
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
-
-/// Gives the signals their usual effect: the next one ends the process at once.
-void unblockSignals() {
-    const sigset_t signals = handledSignals();
-    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
-void openLog(const Options& options) {
-    standin::log::setLevel(options.logLevel);
-    setLogsToFile(!options.logFile.empty());
-    if (!options.logFile.empty()) {
-        try {
-            standin::log::toFile(options.logFile);
-        } catch (const standin::Error& error) {
-            throw StartError(error.what());
-        }
-    }
-}
-
-void reopenLog() {
-    try {
-        standin::log::reopen();
-    } catch (const standin::Error& error) {
-        tellOperator(std::string("the log goes on in its old file: ") + error.what());
-    }
-}
+/// A stop was asked for while the process was starting.
+struct StopAskedFor {};
 
 /// Nothing when there is no configuration to restore.
 std::optional<ConfigurationDocument> readSavedConfiguration(const std::string& path) {
@@ -91,38 +54,73 @@ std::optional<ConfigurationDocument> readSavedConfiguration(const std::string& p
     return std::nullopt;
 }
 
+std::string textOf(const HostAlarm& alarm) {
+    std::string text = std::string("alarm ") + (alarm.reported ? "raised" : "cleared") + ": code " +
+                       std::to_string(alarm.code) + ", interface " + std::to_string(alarm.interface);
+    if (!alarm.text.empty()) {
+        text += ", " + common::printable(alarm.text);
+    }
+    for (std::size_t at = 0; at < alarm.numbers.size(); ++at) {
+        text += (at == 0 ? ", numbers " : " ") + std::to_string(alarm.numbers[at]);
+    }
+    return text;
+}
+
 /// The management process. Its members stand in the order in which they come to life.
 class Process {
 public:
-    explicit Process(const Options& options) : options_(options) {}
+    explicit Process(const Options& options)
+        : options_(options),
+          signals_({.hangUp = reopenLog, .giveUp = [this] { endAtOnce(); }, .limit = kStopLimit}) {}
 
-    ~Process() { stopEntities(); }
+    ~Process() {
+        stop();
+        signals_.end();
+    }
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
+    /// Throws `StopAskedFor` as well.
     void start() {
+        host_->setLogLevel(options_.logLevel);
+        host_->takeLog(takeLogLine);
         for (const std::string& warning : host_->readInventory(options_.inventory)) {
             tellOperator("warning: inventory " + options_.inventory + ": " + warning);
         }
+        std::string warning;
+        std::optional<LockedFile> configurationFile = lockConfiguration(warning);
         auto configuration = readSavedConfiguration(options_.configuration);
-        socket_.emplace(options_.control);
+        if (!warning.empty()) {
+            tellOperator(warning);
+        }
+        withLock([this] { socket_.emplace(options_.control); });
+        goOn();
         // Saved service profiles take the place of the inventory's, once the profiles that they name are
         // there.
         host_->configure(!configuration);
         host_->setLockDeadline(options_.lockDeadline);
+        refuseToBeSecond();
         loadModule();
-        rpc_.emplace(*host_);
-        if (!rpc_->isPortmapperThere()) {
+        if (configuration_ && configurationFile) {
+            configuration_->keep(std::move(*configurationFile));
+        }
+        notice("starting, inventory " + options_.inventory +
+               (options_.configuration.empty() ? "" : ", configuration " + options_.configuration));
+        withLock([this] { rpc_.emplace(*host_, tellOperator); });
+        if (!portmapperIsThere()) {
             tellOperator(
                 "no portmapper takes connections on 127.0.0.1 port 111: RPC clients have to be given the "
-                "port (--port). To have it published, start rpcbind before oltmgrd.");
+                "port (--port) until rpcbind is started.");
         }
+        host_->onAlarm([](const HostAlarm& alarm) { notice(textOf(alarm)); });
         startEntities();  // before the receive loop: entities may be served only once they have started
+        goOn();
         if (configuration) {
             restore(*configuration);
             configuration.reset();
             returnFreeMemory();
         }
+        goOn();
         rpc_->start(module_ != nullptr, kRegistrationLimit);
         guard_.emplace();
         context_.rpc = &*rpc_;
@@ -134,38 +132,92 @@ public:
     }
 
     /// Waits until the process is told to stop.
-    static void run() {
-        const sigset_t signals = handledSignals();
-        while (true) {
-            int signal = 0;
-            if (::sigwait(&signals, &signal) != 0) {
-                continue;
-            }
-            if (signal != SIGHUP) {
-                return;
-            }
-            reopenLog();
-        }
+    void run() {
+        signals_.awaitStop();
+        notice("stopping");
     }
 
+    /// Stops what was started.
     void stop() {
-        unblockSignals();
-        rpc_->giveUpRegistration();
-        const bool isIdle = control_->stop(kRequestsLimit);
+        if (std::exchange(stopped_, true)) {
+            return;
+        }
+        if (rpc_) {
+            rpc_->giveUpRegistration();
+        }
+        const bool isIdle = !control_ || control_->stop(kRequestsLimit);
         guard_.reset();
-        rpc_->stop();
+        if (rpc_) {
+            rpc_->stop();
+        }
         stopEntities();
-        socket_.reset();
         if (!isIdle) {
             // A request still waits for the lock, and would find objects that are gone.
-            tellOperator("stopping with a request under way");
-            std::fflush(nullptr);
-            std::_Exit(kStopped);
+            endAtOnce();
         }
+        withLock([this] { socket_.reset(); });
         control_.reset();
+        // Those of other platforms may outlive this object.
+        host_->onAlarm(nullptr);
     }
 
 private:
+    /// Leaves nothing behind that others see, and ends the process.
+    [[noreturn]] void endAtOnce() {
+        const std::lock_guard guard(ending_);
+        socket_.reset();
+        tellOperator("stopped with work under way");
+        if (rpc_) {
+            rpc_->withdraw();
+        }
+        flushLog(kFlushLimit);
+        std::_Exit(kStopped);
+    }
+
+    /// Does what `endAtOnce` must not meet halfway.
+    template <typename Work>
+    void withLock(Work work) {
+        const std::lock_guard guard(ending_);
+        work();
+    }
+
+    void goOn() {
+        if (signals_.isStopAskedFor()) {
+            throw StopAskedFor();
+        }
+    }
+
+    /// The lock of the configuration's file, which lasts as long as the process. Without it the file is
+    /// restored all the same.
+    std::optional<LockedFile> lockConfiguration(std::string& warning) const {
+        if (options_.configuration.empty()) {
+            return std::nullopt;
+        }
+        try {
+            return LockedFile(options_.configuration);
+        } catch (const FileInUseError& error) {
+            throw StartError("configuration " + std::string(error.what()) +
+                                 "; stop that one or give another file with --config",
+                             kBadInput);
+        } catch (const FileError& error) {
+            // Once it is known that it can be read: it may not be there at all.
+            warning = "warning: configuration is restored but cannot be saved: " + std::string(error.what());
+        }
+        return std::nullopt;
+    }
+
+    void refuseToBeSecond() const {
+        if (options_.takeOver) {
+            return;
+        }
+        const auto published = publishedPorts();
+        if (published && isProgramServed(*published)) {
+            throw StartError("another process serves the RPC program, rpc-udp=" +
+                             std::to_string(published->udp) + " rpc-tcp=" + std::to_string(published->tcp) +
+                             "; stop that one, or have the portmapper lead clients here with --take-over");
+        }
+    }
+
     void loadModule() {
         module_ = loadModules(options_.modules.empty() ? std::vector{defaultModule()} : options_.modules);
         if (module_ != nullptr) {
@@ -173,6 +225,7 @@ private:
             configuration_.emplace(*module_, *services_, *host_, options_.configuration);
             context_.module = module_;
             context_.services = &*services_;
+            configuration_->onSave([](const std::string& text) { notice(text); });
             context_.configuration = &*configuration_;
         }
     }
@@ -191,7 +244,6 @@ private:
             return;
         }
         entitiesStarted_ = false;
-        rpc_->giveUpRegistration();
         for (const std::string& entity : host_->stopEntities()) {
             tellOperator("entity " + entity + " did not stop; the log says why");
         }
@@ -205,6 +257,11 @@ private:
         configuration_->restore(document);
         const RestoreReport& report = *configuration_->restoreReport();
         const std::string file = "configuration " + options_.configuration + ": ";
+        notice(
+            file + "restored " + std::to_string(report.profiles) + " profiles, " +
+            std::to_string(report.bindings) + " bindings in " +
+            std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(report.duration).count()) +
+            " ms");
         for (const std::string& entry : report.lost) {
             tellOperator(file + "not restored: " + entry);
         }
@@ -219,12 +276,16 @@ private:
 
     void sayReady() const {
         const RpcPorts ports = rpc_->ports();
-        std::printf("oltmgrd ready control=%s rpc-udp=%u rpc-tcp=%u\n", options_.control.c_str(), ports.udp,
-                    ports.tcp);
-        std::fflush(stdout);
+        const std::string ready = "ready control=" + options_.control +
+                                  " rpc-udp=" + std::to_string(ports.udp) +
+                                  " rpc-tcp=" + std::to_string(ports.tcp);
+        notice(ready);
+        printLine("oltmgrd " + ready);
     }
 
     const Options& options_;
+    std::mutex ending_;  // what `endAtOnce` uses
+    Signals signals_;
     const std::unique_ptr<Host> host_ = standinHost();
     CommandContext context_;
     std::optional<ControlSocket> socket_;
@@ -234,6 +295,7 @@ private:
     std::optional<RpcServer> rpc_;
     std::optional<RpcGuard> guard_;
     bool entitiesStarted_ = false;
+    bool stopped_ = false;
     std::optional<CommandTable> commands_;
     std::unique_ptr<ControlServer> control_;
 };
@@ -241,13 +303,18 @@ private:
 }  // namespace
 
 int runProcess(const Options& options) {
-    blockSignals();
+    Signals::block();
     hardenRpc();
-    openLog(options);
+    openLog({.file = options.logFile, .linesPerSecond = options.logRate});
     Process process(options);
-    process.start();
-    Process::run();
+    try {
+        process.start();
+        process.run();
+    } catch (const StopAskedFor&) {
+        notice("stopping before it was ready");
+    }
     process.stop();
+    notice("stopped");
     return kStopped;
 }
 

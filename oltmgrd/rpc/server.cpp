@@ -2,9 +2,6 @@
 
 #include <malloc.h>
 #include <netinet/in.h>
-#include <onuqos.h>
-#include <rpc/pmap_clnt.h>
-#include <rpc/pmap_prot.h>
 #include <rpc/rpc.h>
 #include <rpc/rpc_com.h>
 #include <sys/resource.h>
@@ -12,13 +9,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <csignal>
-#include <future>
+#include <mutex>
 #include <string>
 #include <utility>
 
-#include "oltmgrd/process/operatorLog.h"
-#include "oltmgrd/rpc/portmapper.h"
+#include "common/loopback.h"
 
 namespace oltmgrd {
 namespace {
@@ -36,8 +33,9 @@ constexpr int kMmapThreshold = 131'072;
 
 constexpr std::chrono::milliseconds kWatchInterval{100};
 constexpr std::chrono::milliseconds kCutInterval{20};
-constexpr std::chrono::milliseconds kUnregisterLimit{500};
-constexpr timeval kPortmapperLimit{.tv_sec = 0, .tv_usec = 500'000};
+// How often the portmapper is asked whether the program is still registered. A program that is not when it is
+// asked twice in a row is published again: another process may be about to register it.
+constexpr std::chrono::milliseconds kPublishedInterval{1500};
 
 // Makes the loop's select return, so that it looks at new transports.
 constexpr int kWakeSignal = SIGUSR1;
@@ -52,58 +50,12 @@ int socketOption(int descriptor, int option) {
     return ::getsockopt(descriptor, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
 }
 
-sockaddr_in loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
 /// Sends an empty datagram, which the RPC library drops.
 void sendNothing(std::uint16_t port) {
-    const sockaddr_in address = loopback(port);
+    const sockaddr_in address = common::loopback(port);
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ::sendto(descriptor, "", 0, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     ::close(descriptor);
-}
-
-/// The TCP port that the portmapper has for the program; 0 when it does not answer in time.
-std::uint16_t publishedPort() {
-    sockaddr_in address = loopback(PMAPPORT);
-    int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPortmapperLimit,
-                 sizeof kPortmapperLimit);  // for connect
-    u_short port = 0;
-    // With a connection of its own the library neither looks for a reserved port nor waits without bound.
-    if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-        CLIENT* client = ::clnttcp_create(&address, PMAPPROG, PMAPVERS, &descriptor, 0, 0);
-        if (client != nullptr) {
-            pmap wanted{
-                .pm_prog = RPC_ONUQOS_PROG, .pm_vers = RPC_ONUQOS_VERS, .pm_prot = IPPROTO_TCP, .pm_port = 0};
-            clnt_call(client, PMAPPROC_GETPORT, reinterpret_cast<xdrproc_t>(::xdr_pmap),
-                      reinterpret_cast<caddr_t>(&wanted), reinterpret_cast<xdrproc_t>(::xdr_u_short),
-                      reinterpret_cast<caddr_t>(&port), kPortmapperLimit);
-            clnt_destroy(client);
-        }
-    }
-    ::close(descriptor);
-    return port;
-}
-
-/// Takes the program out of the portmapper, unless another process has published its own in the meantime.
-void unregister(const RpcPorts& ports) {
-    if (ports.tcp == 0 || publishedPort() != ports.tcp) {
-        return;
-    }
-    std::packaged_task<void()> task([] { ::pmap_unset(RPC_ONUQOS_PROG, RPC_ONUQOS_VERS); });
-    const auto done = task.get_future();
-    const std::jthread caller(std::move(task));
-    auto wait = kUnregisterLimit;
-    while (done.wait_for(wait) != std::future_status::ready) {
-        cutPortmapperCalls();
-        wait = kCutInterval;
-    }
 }
 
 /// The ports of the transports that are registered. Only while the loop does not change the library's set.
@@ -130,6 +82,10 @@ RpcPorts registeredPorts() {
     return ports;
 }
 
+bool isAnother(std::uint16_t published, std::uint16_t own) {
+    return published != 0 && published != own;
+}
+
 }  // namespace
 
 void hardenRpc() {
@@ -148,8 +104,8 @@ void hardenRpc() {
     ::rpc_control(RPC_SVC_CONNMAXREC_SET, &recordMax);
 }
 
-RpcServer::RpcServer(Host& host)
-    : host_(host), portmapperThere_(portmapperIsThere()), loop_(startNothing, kLoop) {}
+RpcServer::RpcServer(Host& host, Tell tell)
+    : host_(host), tell_(std::move(tell)), loop_(startNothing, kLoop) {}
 
 RpcServer::~RpcServer() {
     stop();
@@ -158,35 +114,81 @@ RpcServer::~RpcServer() {
 void RpcServer::start(bool awaitsRegistration, std::chrono::milliseconds limit) {
     registering_ = awaitsRegistration && !host_.awaitThreadEnd(kRegistration, limit);
     if (registering_) {
-        tellOperator(
+        tell_(
             "the portmapper does not answer: RPC clients cannot be served until it does; everything else "
             "goes on. Restart rpcbind.");
-        registrationWatch_ = std::jthread([this](const std::stop_token& stop) { watchRegistration(stop); });
     } else {
         ports_ = registeredPorts();
+    }
+    if (awaitsRegistration) {
+        registrationWatch_ = std::jthread([this](const std::stop_token& stop) {
+            if (!registering_ || awaitRegistration(stop)) {
+                watchPublication(stop);
+            }
+        });
     }
     loop_.start();
 }
 
-void RpcServer::watchRegistration(const std::stop_token& stop) {
+/// False when it was given up.
+bool RpcServer::awaitRegistration(const std::stop_token& stop) {
     while (!host_.awaitThreadEnd(kRegistration, kWatchInterval) && !stop.stop_requested()) {
     }
     if (stop.stop_requested()) {
-        return;
+        return false;
     }
     const RpcPorts ports = registeredPorts();  // nothing is served yet, so the loop leaves the set alone
     ports_ = ports;
     host_.signalThreads(kLoop, kWakeSignal);
-    tellOperator("RPC clients are served now: rpc-udp=" + std::to_string(ports.udp) +
-                 " rpc-tcp=" + std::to_string(ports.tcp));
+    tell_("RPC clients are served now: rpc-udp=" + std::to_string(ports.udp) +
+          " rpc-tcp=" + std::to_string(ports.tcp));
+    return true;
+}
+
+/// Publishes the ports again when the portmapper has lost them, until another process registers its own.
+void RpcServer::watchPublication(const std::stop_token& stop) {
+    const RpcPorts ports = ports_;
+    std::mutex mutex;
+    std::condition_variable_any stopped;
+    std::unique_lock guard(mutex);
+    bool wasLost = false;
+    bool wasTakenOver = false;
+    while (!stopped.wait_for(guard, stop, kPublishedInterval, [] { return false; }) &&
+           !stop.stop_requested()) {
+        const auto published = publishedPorts();
+        portmapperAnswers_ = published.has_value();
+        const bool isOther =
+            published && (isAnother(published->udp, ports.udp) || isAnother(published->tcp, ports.tcp));
+        const bool isLost = published && !isOther && !wasTakenOver && published != ports;
+        if (isLost && wasLost && publishPorts(ports)) {
+            tell_("the portmapper did not have the RPC program; its ports are published there again");
+        } else if (isOther) {
+            if (!std::exchange(wasTakenOver, true)) {
+                tell_("another process has registered the RPC program, rpc-udp=" +
+                      std::to_string(published->udp) + " rpc-tcp=" + std::to_string(published->tcp) +
+                      ": clients of the portmapper reach that one");
+            }
+        }
+        wasLost = isLost;
+    }
+}
+
+bool RpcServer::isPublished() {
+    const RpcPorts ports = ports_;
+    if (ports == RpcPorts{} || !portmapperAnswers_) {
+        return false;
+    }
+    const auto published = publishedPorts();
+    portmapperAnswers_ = published.has_value();
+    return published == ports;
 }
 
 void RpcServer::giveUpRegistration() {
+    registrationWatch_.request_stop();
     if (!registering_ || portmapperCutter_.joinable() ||
         host_.awaitThreadEnd(kRegistration, std::chrono::milliseconds(0))) {
         return;
     }
-    registrationWatch_.request_stop();
     portmapperCutter_ = std::jthread([this](const std::stop_token& stop) {
         while (!stop.stop_requested() && !host_.awaitThreadEnd(kRegistration, kCutInterval)) {
             cutPortmapperCalls();
@@ -194,15 +196,22 @@ void RpcServer::giveUpRegistration() {
     });
 }
 
+void RpcServer::withdraw() {
+    RpcPorts ports = ports_;
+    if (ports == RpcPorts{}) {
+        ports = registeredPorts();  // where it ends before the loop has begun
+    }
+    withdrawPorts(ports);
+}
+
 void RpcServer::stop() {
+    giveUpRegistration();
     const RpcPorts ports = ports_;
     // Only the time-out of its select and a request make the loop look whether it is to end.
     while (!loop_.stop(true)) {
         sendNothing(ports.udp);
     }
-    if (std::exchange(portmapperThere_, false)) {
-        unregister(ports);
-    }
+    withdraw();
 }
 
 }  // namespace oltmgrd

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdarg>
 #include <deque>
+#include <memory>
+#include <utility>
 
 #include "call.h"
 #include "state.h"
@@ -35,7 +37,18 @@ struct AlarmTable {
     }
 };
 
+using Tell = std::function<void(const Alarm&)>;
+
+struct Observer {
+    std::shared_ptr<const Tell> tell;
+};
+
 }  // namespace
+
+void alarms::onChange(std::function<void(const Alarm&)> tell) {
+    auto shared = tell ? std::make_shared<const Tell>(std::move(tell)) : nullptr;
+    state<Observer>().with([&shared](Observer& observer) { observer.tell.swap(shared); });
+}
 
 Alarms alarms::snapshot() {
     return state<AlarmTable>().with([](const AlarmTable& table) {
@@ -73,5 +86,8 @@ bool Diagnostics::reportAlarm(alarmAction action, unsigned int const& code, unsi
         alarm.numbers.insert(alarm.numbers.end(), object.numbers.begin(), object.numbers.end());
     }
     state<AlarmTable>().with([&alarm](AlarmTable& table) { table.note(alarm); });
+    if (const auto tell = state<Observer>().with([](const Observer& observer) { return observer.tell; })) {
+        (*tell)(alarm);
+    }
     return true;
 }

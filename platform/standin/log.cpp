@@ -1,19 +1,21 @@
 #include "standin/log.h"
 
 #include <atomic>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
 #include "Log.h"
-#include "logSink.h"
 #include "state.h"
 
 namespace standin {
 namespace {
 
+using Take = std::function<void(const LogLine&)>;
+
 /// Where lines go; standard error if null.
 struct Destination {
-    std::shared_ptr<LogSink> sink;
+    std::shared_ptr<const Take> take;
 };
 
 std::atomic<int> shownLevel{log::kDefaultLevel};
@@ -24,20 +26,18 @@ std::atomic<int> shownLevel{log::kDefaultLevel};
     return true;
 }();
 
-std::shared_ptr<LogSink> exchangeSink(std::shared_ptr<LogSink> sink) {
+std::shared_ptr<const Take> exchangeTake(std::shared_ptr<const Take> take) {
     return state<Destination>().with(
-        [&sink](Destination& destination) { return std::exchange(destination.sink, std::move(sink)); });
-}
-
-std::shared_ptr<LogSink> currentSink() {
-    return state<Destination>().with([](const Destination& destination) { return destination.sink; });
+        [&take](Destination& destination) { return std::exchange(destination.take, std::move(take)); });
 }
 
 void emit(const LogLine& line) {
-    if (const auto sink = currentSink()) {
-        sink->take(line);
+    const auto take =
+        state<Destination>().with([](const Destination& destination) { return destination.take; });
+    if (take) {
+        (*take)(line);
     } else {
-        lasting<StandardErrorSink>().take(line);
+        std::fputs(line.text.c_str(), stderr);
     }
 }
 
@@ -74,14 +74,21 @@ Composed& composedLine() {
     return *composed;
 }
 
-/// With every control character as \xHH.
+/// With every control character as \xHH. Data that is long is cut, and says then how long it was.
 std::string escaped(const std::string& data) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string text;
-    text.reserve(data.size());
+    std::size_t left = log::kDataMax;
     for (const char c : data) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F) {
+        const bool isPlain = byte >= 0x20 && byte < 0x7F;
+        // Whoever takes the line may escape the bytes of other characters as well.
+        const std::size_t cost = isPlain ? 1 : 4;
+        if (left < cost) {
+            return text + "...[" + std::to_string(data.size()) + " bytes]";
+        }
+        left -= cost;
+        if (isPlain || byte >= 0x80) {
             text += c;
         } else {
             text += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
@@ -120,41 +127,31 @@ int level() {
 }
 
 void toStandardError() {
-    exchangeSink(nullptr);
-}
-
-void toFile(const std::string& path) {
-    exchangeSink(std::make_shared<FileSink>(path));
-}
-
-void reopen() {
-    if (const auto sink = currentSink()) {
-        sink->reopen();
-    }
+    exchangeTake(nullptr);
 }
 
 void toCallback(std::function<void(const LogLine&)> take) {
-    exchangeSink(std::make_shared<CallbackSink>(std::move(take)));
+    exchangeTake(std::make_shared<const Take>(std::move(take)));
 }
 
 }  // namespace log
 
 struct LogCapture::State {
     Guarded<std::vector<LogLine>> lines;
-    std::shared_ptr<LogSink> before;
+    std::shared_ptr<const Take> before;
 };
 
 LogCapture::LogCapture() : state_(std::make_shared<State>()) {
-    const auto take = [state = std::weak_ptr(state_)](const LogLine& line) {
+    const Take take = [state = std::weak_ptr(state_)](const LogLine& line) {
         if (const auto alive = state.lock()) {
             alive->lines.with([&line](auto& lines) { lines.push_back(line); });
         }
     };
-    state_->before = exchangeSink(std::make_shared<CallbackSink>(take));
+    state_->before = exchangeTake(std::make_shared<const Take>(take));
 }
 
 LogCapture::~LogCapture() {
-    exchangeSink(state_->before);
+    exchangeTake(state_->before);
 }
 
 std::vector<LogLine> LogCapture::lines() const {

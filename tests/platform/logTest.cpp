@@ -1,14 +1,12 @@
 #include "standin/log.h"
 
 #include <array>
-#include <fstream>
-#include <regex>
+#include <future>
 #include <string>
+#include <vector>
 
-#include "../oltmgrd/scratch.h"
 #include "Log.h"
 #include "platformTest.h"
-#include "standin/error.h"
 
 using namespace std::string_literals;
 
@@ -22,7 +20,6 @@ void writeLine(int level, const std::string& text) {
 }
 
 using LogTest = PlatformTest;
-using Lines = std::vector<std::string>;
 
 TEST_F(LogTest, MakesALineOfPiecesInWhichDataNeitherEndsItNorDrawsOnTheTerminal) {
     const standin::LogCapture capture;
@@ -41,41 +38,23 @@ TEST_F(LogTest, MakesALineOfPiecesInWhichDataNeitherEndsItNorDrawsOnTheTerminal)
                                    {1, "gold\\x0A2026-01-01 forged\\x0D\\x1B[31m\\x7F\\x00\xC3\xA9\n"}}));
 }
 
-/// A log file in a directory of its own.
-class LogFileTest : public PlatformTest, protected ScratchDirectory {
-protected:
-    LogFileTest() { standin::log::toFile(path("log")); }
-
-    ~LogFileTest() override { standin::log::toStandardError(); }
-
-    /// The lines of a file, each with the stamp that begins it replaced by its level.
-    Lines lines(const char* name = "log") const {
-        std::ifstream file(path(name));
-        Lines lines;
-        for (std::string line; std::getline(file, line);) {
-            static const std::regex kStamp(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z (\d) )");
-            lines.push_back(std::regex_replace(line, kStamp, "$1:"));
-        }
-        return lines;
+TEST_F(LogTest, CutsLongDataAtWhatItsCharactersMayTakeAndTellsItsLength) {
+    const standin::LogCapture capture;
+    for (const auto& data : {std::string(256, 'x'), std::string(257, 'x'), std::string(65, '\n')}) {
+        writeLine(1, data);
     }
-};
-
-TEST_F(LogFileTest, ReopensAfterTheFileWasMovedAwayAndKeepsTheOldOneWhenItCannot) {
-    writeLine(1, "old");
-    std::filesystem::rename(path("log"), path("log.1"));
-    writeLine(1, "still old");
-    standin::log::reopen();
-    writeLine(1, "new");
-    EXPECT_EQ(lines("log.1"), (Lines{"1:old", "1:still old"}));
-    std::filesystem::rename(path("log"), path("log.2"));
-    std::filesystem::create_directory(path("log"));
-    EXPECT_THROW(standin::log::reopen(), standin::Error);
-    writeLine(1, "kept");
-    EXPECT_EQ(lines("log.2"), (Lines{"1:new", "1:kept"}));
+    std::string escaped;
+    for (int i = 0; i < 64; ++i) {
+        escaped += "\\x0A";
+    }
+    EXPECT_EQ(capture.lines(), (std::vector<standin::LogLine>{{1, std::string(256, 'x') + "\n"},
+                                                              {1, std::string(256, 'x') + "...[257 bytes]\n"},
+                                                              {1, escaped + "...[65 bytes]\n"}}));
 }
 
-TEST_F(LogFileTest, LinesOfManyThreadsStayWhole) {
+TEST_F(LogTest, LinesOfManyThreadsStayWhole) {
     constexpr int kThreads = 4, kLines = 300;
+    const standin::LogCapture capture;
     std::vector<std::future<void>> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.push_back(std::async(std::launch::async, [thread] {
@@ -93,9 +72,9 @@ TEST_F(LogFileTest, LinesOfManyThreadsStayWhole) {
         thread.get();
     }
     std::array<int, kThreads> counts{};
-    for (const std::string& line : lines()) {
-        ASSERT_EQ(line, "1:" + std::string(20, line.back()));
-        ++counts.at(static_cast<std::size_t>(line.back() - '0'));
+    for (const standin::LogLine& line : capture.lines()) {
+        ASSERT_EQ(line.text, std::string(20, line.text.front()) + "\n");
+        ++counts.at(static_cast<std::size_t>(line.text.front() - '0'));
     }
     EXPECT_EQ(counts, (std::array{kLines, kLines, kLines, kLines}));
 }

@@ -17,6 +17,7 @@ import unittest
 
 PATIENCE = 60  # seconds until something that must happen counts as lost
 PROGRAM = 0x20000026
+has_own_network = False  # after enter_own_network
 
 INVENTORY = {
     "features": {"5": True},
@@ -29,6 +30,7 @@ INVENTORY = {
 def enter_own_network():
     """Gives this process and its children a network and a /run of their own, so that a portmapper can be had and
     every port is free. False without the rights for it."""
+    global has_own_network  # pylint: disable=global-statement
     clone_newns, clone_newnet, ms_rec, ms_private = 0x20000, 0x40000000, 0x4000, 1 << 18
     libc = ctypes.CDLL(None, use_errno=True)
     if os.geteuid() != 0 or libc.unshare(clone_newns | clone_newnet) != 0:
@@ -40,6 +42,7 @@ def enter_own_network():
     siocsifflags, iff_up = 0x8914, 1
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
         fcntl.ioctl(control, siocsifflags, struct.pack("16sH14x", b"lo", iff_up))
+    has_own_network = True
     return True
 
 
@@ -175,6 +178,7 @@ class Daemon:
         self.inventory_path = os.path.join(directory, "inventory.json")
         self.write_inventory(INVENTORY)
         self.process = self.control = None
+        self.start_as = None  # a user's number
         self.udp_port = self.tcp_port = 0
 
     def write_inventory(self, inventory):
@@ -183,13 +187,14 @@ class Daemon:
 
     def arguments(self, *more):
         return [self.program, "--inventory", self.inventory_path, "--module", self.module,
-                "--control", self.control_path, *more]
+                "--control", self.control_path, *(() if has_own_network else ("--take-over",)), *more]
 
     def begin(self, *more):
         """Starts it without waiting until it is ready."""
         self.control = None
         with open(self.error_path, "w", encoding="utf-8") as errors:
-            self.process = subprocess.Popen(self.arguments(*more), stdout=subprocess.PIPE, stderr=errors)
+            self.process = subprocess.Popen(self.arguments(*more), stdout=subprocess.PIPE, stderr=errors,
+                                            user=self.start_as)
         return self
 
     def start(self, *more):
@@ -256,7 +261,8 @@ class Daemon:
         seconds = time.monotonic() - begin
         self.process.stdout.close()
         self.control.close()
-        left = [name for name in os.listdir(self.directory) if name.startswith(("control", "config.json."))]
+        left = [name for name in os.listdir(self.directory) if name.startswith((os.path.basename(self.control_path), "config.json.")) and
+                not name.endswith(".lock")]
         if status != 0 or left:
             raise AssertionError(f"status {status}, left behind {left}: {self.errors()}")
         return seconds

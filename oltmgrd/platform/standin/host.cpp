@@ -11,6 +11,7 @@
 #include "standin/features.h"
 #include "standin/interfaces.h"
 #include "standin/lock.h"
+#include "standin/log.h"
 #include "standin/manager.h"
 #include "standin/serviceProfiles.h"
 #include "standin/threads.h"
@@ -127,6 +128,22 @@ public:
                                 .flowProfile = std::move(profile.flowProfile)});
         }
         return profiles;
+    }
+
+    void takeLog(std::function<void(int level, std::string_view line)> take) override {
+        standin::log::toCallback(
+            [to = std::move(take)](const standin::LogLine& line) { to(line.level, line.text); });
+    }
+
+    void setLogLevel(int level) override { standin::log::setLevel(level); }
+
+    void onAlarm(std::function<void(const HostAlarm&)> tell) override {
+        if (!tell) {
+            standin::alarms::onChange(nullptr);
+            return;
+        }
+        standin::alarms::onChange(
+            [to = std::move(tell)](const standin::Alarm& alarm) { to(alarmOf(alarm)); });
     }
 
     HostAlarms alarms() const override {

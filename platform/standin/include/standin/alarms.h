@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ inline constexpr std::size_t kHistoryKept = 4096;
 
 /// A consistent copy. May be called from any thread.
 Alarms snapshot();
+
+/// Calls `tell` at every report and retreat that is accepted, on the thread that makes it; null for nobody.
+void onChange(std::function<void(const Alarm&)> tell);
 
 #pragma GCC visibility pop
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,29 +17,23 @@ struct LogLine {
 };
 
 /// Where the lines of `Log` go. A line goes there whole, when the piece that ends in "\n" is written; lines
-/// above the level that is set when they begin are dropped. May be called from any thread.
-///
-/// A line on standard error or in a file is the time in UTC with milliseconds, the level and the text:
-/// "2024-05-06T07:08:09.012Z 1 onuQos.cpp:...\n".
+/// above the level that is set when they begin are dropped. Data in it, which is what comes as a std::string,
+/// has its control characters escaped, and is cut and marked with its length when it is long. May be called
+/// from any thread.
 namespace log {
 
 #pragma GCC visibility push(default)
 
 inline constexpr int kDefaultLevel = 1;
 
+/// Characters of data that a line shows; one that is escaped, or outside of ASCII, counts as four.
+inline constexpr std::size_t kDataMax = 256;
+
 void setLevel(int level);
 int level();
 
-/// Sends lines to standard error, as at the start of the process.
+/// Sends lines to standard error as they are, which is so until something else is said.
 void toStandardError();
-
-/// Appends lines to the file, which is created if need be with mode 0640. Throws `Error` if it cannot be
-/// opened; lines then go where they went before.
-void toFile(const std::string& path);
-
-/// Opens the file of `toFile` anew, after it has been moved away; does nothing when lines go elsewhere.
-/// Throws `Error` if it cannot be opened; lines then still go to the old file.
-void reopen();
 
 /// Gives every line to `take`, on the thread that wrote it, so it may run in several threads at once and a
 /// last time after the lines have been sent elsewhere. `take` must not log.
