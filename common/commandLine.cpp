@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "common/errors.h"
+#include "common/terminal.h"
 #include "common/text.h"
 
 namespace common {
@@ -156,6 +157,8 @@ Format CommandLine::format() const {
 }
 
 int CommandLine::run(int argc, char** argv, const std::function<int()>& action) {
+    const PrintableOutput output(std::cout, STDOUT_FILENO);
+    const PrintableOutput errors(std::cerr, STDERR_FILENO);
     const auto failed = [this](int status, const std::string& why) {
         std::cerr << app_->get_name() << ": " << why << '\n';
         return status;

@@ -32,14 +32,16 @@ install_packages() {
     [ ${#missing[@]} -gt 0 ] || return 0
     command -v apt-get >/dev/null || die "not a Debian system: install the equivalents of: ${missing[*]}"
     say "Installing ${missing[*]} ..."
+    local log
+    log=$(mktemp)
     # rpcbind's package would start the daemon on all addresses; whoever needs one here starts it.
     as_root env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 sh -c 'apt-get update -qq &&
-        apt-get install -y -qq --no-install-recommends "$@"' sh "${missing[@]}" >/tmp/onuqos-install.$$ 2>&1 || {
-        cat /tmp/onuqos-install.$$ >&2
-        rm -f /tmp/onuqos-install.$$
+        apt-get install -y -qq --no-install-recommends "$@"' sh "${missing[@]}" >"$log" 2>&1 || {
+        cat "$log" >&2
+        rm -f "$log"
         die "the packages could not be installed; the lines above say why"
     }
-    rm -f /tmp/onuqos-install.$$
+    rm -f "$log"
 }
 
 # build PRESET [CMAKE-ARGUMENT...]

@@ -10,6 +10,7 @@
 #include "common/errors.h"
 #include "common/name.h"
 #include "common/table.h"
+#include "common/terminal.h"
 #include "common/text.h"
 #include "common/vlanList.h"
 
@@ -171,7 +172,7 @@ int report(const std::string& line, const std::string& words, Print print, commo
     }
     const std::string refusal = refusalText(answer);
     if (format == common::Format::json) {
-        std::cout << answer.dump(2) << '\n';
+        std::cout << common::jsonForOutput(answer) << '\n';
     } else if (refusal.empty()) {
         print(std::cout, answer);
     }

@@ -2,13 +2,13 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
 #include "common/errors.h"
 #include "common/text.h"
@@ -34,7 +34,7 @@ std::string remedy(int error) {
 
 }  // namespace
 
-Channel::Channel(const std::string& path, double timeoutSeconds)
+Channel::Channel(const std::string& path, double timeoutSeconds, const std::vector<uid_t>& owners)
     : path_(path), timeoutSeconds_(timeoutSeconds), descriptor_(-1) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -57,6 +57,29 @@ Channel::Channel(const std::string& path, double timeoutSeconds)
         const int error = errno == EAGAIN ? ETIMEDOUT : errno;
         ::close(descriptor_);
         throw common::NoAnswer("control path " + common::printable(path) + ": " + remedy(error));
+    }
+    try {
+        believe(owners);
+    } catch (...) {
+        ::close(descriptor_);
+        throw;
+    }
+}
+
+void Channel::believe(const std::vector<uid_t>& owners) const {
+    struct stat file {};
+    ucred server{};
+    socklen_t size = sizeof server;
+    if (::stat(path_.c_str(), &file) != 0 ||
+        ::getsockopt(descriptor_, SOL_SOCKET, SO_PEERCRED, &server, &size) != 0) {
+        throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
+    }
+    for (const uid_t user : {file.st_uid, server.uid}) {
+        if (std::find(owners.begin(), owners.end(), user) == owners.end()) {
+            throw common::NoAnswer("control path " + common::printable(path_) + ": served by user " +
+                                   std::to_string(user) +
+                                   ", neither you nor root; --socket-owner names one to believe");
+        }
     }
 }
 

@@ -1,3 +1,6 @@
+#include <pwd.h>
+#include <unistd.h>
+
 #include <iostream>
 #include <iterator>
 #include <optional>
@@ -12,6 +15,7 @@
 #include "common/controlPath.h"
 #include "common/name.h"
 #include "common/number.h"
+#include "common/standardDescriptors.h"
 
 namespace {
 
@@ -106,9 +110,21 @@ void addCall(Command app, Request& request) {
     });
 }
 
+/// The users whose oltmgrd may answer.
+std::vector<uid_t> believedOwners(const Given& owner) {
+    std::vector<uid_t> users = {::geteuid(), 0};
+    if (owner.present()) {
+        const passwd* known = ::getpwnam(owner.text().c_str());
+        users.push_back(known != nullptr ? known->pw_uid
+                                         : common::parseUnsigned(owner.text(), "--socket-owner"));
+    }
+    return users;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    common::openStandardDescriptors();
     common::CommandLine line("oltctl",
                              "Operates a running oltmgrd: services, configuration, events, faults, dumps.");
     const Command app = line.commands();
@@ -118,6 +134,9 @@ JSON output is the whole answer: result, text and arguments.)");
     const Given path =
         app.option("--control", "PATH", "Socket of oltmgrd's control channel", common::defaultControlPath());
     const Given timeout = app.option("--timeout", "S", "Seconds to wait for the answer", "60");
+    const Given owner =
+        app.option("--socket-owner", "USER",
+                   "Believes an oltmgrd of this user, by name or number, besides one of your own or of root");
     Request request;
     for (const common::commands::Group& group : common::commands::groups()) {
         app.addGroup(std::string(group.word), group.help);
@@ -130,7 +149,8 @@ JSON output is the whole answer: result, text and arguments.)");
 
     return line.run(argc, argv, [&] {
         const double seconds = common::parseSeconds(timeout.text(), "--timeout");
-        const std::string answer = oltctl::Channel(path.text(), seconds).ask(request.line);
+        const std::string answer =
+            oltctl::Channel(path.text(), seconds, believedOwners(owner)).ask(request.line);
         return oltctl::report(answer, request.words, request.print, line.format());
     });
 }

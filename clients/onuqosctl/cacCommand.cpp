@@ -5,6 +5,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <string_view>
 #include <thread>
 
 #include "clients/onuqosctl/commands.h"
@@ -12,6 +13,7 @@
 #include "common/errors.h"
 #include "common/number.h"
 #include "common/table.h"
+#include "common/terminal.h"
 
 namespace onuqosctl {
 namespace {
@@ -19,7 +21,7 @@ namespace {
 constexpr std::uint32_t kUnknownRate = 0xFFFFFFFF;
 /// What the line asks for.
 struct Options {
-    common::Given ports, capacity, fixedCapacity, watch, count;
+    common::Given ports, probe, capacity, fixedCapacity, watch, count;
 };
 
 /// What a port answered.
@@ -40,22 +42,34 @@ PortState askPort(Session& session, std::uint32_t port) {
     return {port, resultOf(reply), reply.info};
 }
 
-/// The ports named, or those from interface 1 on up to the first that is none: the module has no list to ask
-/// for, and logs every question about an interface that is no PON port.
+/// The ports named, or those of a range that are ports. Nothing tells which there are, and the module logs
+/// every question about an interface that is no PON port.
 std::vector<std::uint32_t> portsToShow(Session& session, const Options& options) {
     std::vector<std::uint32_t> ports;
     for (const std::string& port : options.ports.texts()) {
         ports.push_back(common::parseUnsigned(port, "PORT"));
     }
+    if (ports.empty() != options.probe.present()) {
+        throw common::UsageError("cac show: give either PORTs or --probe FIRST-LAST");
+    }
     if (!ports.empty()) {
         return ports;
     }
-    PortState state = askPort(session, 1);
-    session.require(Family::tcont, state.result, "cac show",
-                    "interface 1 is no PON port; name the ports to show");
-    while (state.result == 0) {
-        ports.push_back(state.port);
-        state = askPort(session, state.port + 1);
+    const std::string range = options.probe.text();
+    const std::size_t dash = range.find('-');
+    const std::uint32_t first = common::parseUnsigned(range.substr(0, dash), "--probe");
+    const std::uint32_t last = dash == std::string::npos ? first
+                                                         : common::parseUnsigned(range.substr(dash + 1),
+                                                                                 "--probe", {.least = first});
+    for (std::uint64_t port = first; port <= last; ++port) {
+        if (askPort(session, static_cast<std::uint32_t>(port)).result == 0) {
+            ports.push_back(static_cast<std::uint32_t>(port));
+        }
+    }
+    if (ports.empty()) {
+        session.require(
+            Family::tcont, askPort(session, last).result, "cac show",
+            "no interface from " + std::to_string(first) + " to " + std::to_string(last) + " is a PON port");
     }
     return ports;
 }
@@ -144,7 +158,7 @@ int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Ca
         for (const PortState& state : states) {
             document["ports"].push_back(toJson(state));
         }
-        session.out << document.dump(oneLine ? -1 : 2) << '\n';
+        session.out << common::jsonForOutput(document, oneLine ? -1 : 2) << '\n';
     } else {
         printTable(session.out, states, capacities);
     }
@@ -171,7 +185,11 @@ int show(Session& session, const Options& options) {
     const bool redraw = watching && !session.json() && ::isatty(STDOUT_FILENO) == 1;
     for (bool first = true;; first = false) {
         if (redraw) {
-            session.out << "\x1b[H\x1b[2J";
+            session.out.flush();
+            constexpr std::string_view kHomeAndClear = "\x1b[H\x1b[2J";
+            if (::write(STDOUT_FILENO, kHomeAndClear.data(), kHomeAndClear.size()) < 0) {
+                session.out.setstate(std::ios::badbit);
+            }
         } else if (!first && !session.json()) {
             session.out << '\n';
         }
@@ -190,10 +208,11 @@ void addCacCommand(const common::Command& app, Action& action) {
     const common::Command command = app.addGroup("cac", "Admission control of the PON ports")
                                         .add("show", "Shows what is free on PON ports (procedure 201)");
     const Options options{
-        command.argument("PORT",
-                         "Interface indexes of PON ports; without any, those from 1 on up to the first that "
-                         "is none",
-                         common::Command::Count::any),
+        command.argument("PORT", "Interface indexes of PON ports", common::Command::Count::any),
+        command.option(
+            "--probe", "FIRST-LAST",
+            "Instead of PORTs: asks all these and shows those that are PON ports; oltmgrd logs an error "
+            "for each that is none"),
         command.option("--capacity", "RATE", "What the bar is measured against"),
         command.option("--fixed-capacity", "RATE", "Adds a bar of the fixed rate, measured against this"),
         command.optionWithOrWithoutValue("--watch", "[SECONDS]", "Shows it again every SECONDS", "2"),

@@ -4,8 +4,10 @@
 #include "clients/onuqosctl/commands.h"
 #include "clients/onuqosctl/output.h"
 #include "common/number.h"
+#include "common/standardDescriptors.h"
 
 int main(int argc, char** argv) {
+    common::openStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);  // a server that closes the connection is an error to report
 
     common::CommandLine line("onuqosctl",

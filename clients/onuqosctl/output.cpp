@@ -5,6 +5,7 @@
 
 #include "common/errors.h"
 #include "common/name.h"
+#include "common/terminal.h"
 #include "common/text.h"
 
 namespace onuqosctl {
@@ -51,7 +52,7 @@ Json toJson(const TContProfile& profile) {
 }  // namespace
 
 void printJson(std::ostream& out, const Json& document) {
-    out << document.dump(2) << '\n';
+    out << common::jsonForOutput(document) << '\n';
 }
 
 void printDone(Session& session, Family family, const std::string& text) {

@@ -5,15 +5,33 @@ import base64
 import contextlib
 import json
 import os
+import pty
 import shutil
 import signal
 import socket
 import struct
 import subprocess
+import unittest
 
 import harness
 from clients import BOTH, ClientTest, main, run
 from harness import PATIENCE
+
+
+def on_terminal(command):
+    """What a command shows on a terminal."""
+    ours, theirs = pty.openpty()
+    with subprocess.Popen(command, stdin=theirs, stdout=theirs, stderr=theirs) as client:
+        os.close(theirs)
+        shown = b""
+        try:
+            while data := os.read(ours, 1 << 16):
+                shown += data
+        except OSError:  # at its end
+            pass
+        client.wait(PATIENCE)
+    os.close(ours)
+    return shown.decode()
 
 
 class AdmissionTest(ClientTest):
@@ -35,7 +53,8 @@ class AdmissionTest(ClientTest):
         return answer["ports"][0]
 
     def test_services_take_what_is_free(self):
-        self.assertEqual([port["interface"] for port in self.ask("udp", "cac", "show")["ports"]], [1, 2])
+        self.assertEqual([port["interface"] for port in self.ask("udp", "cac", "show", "--probe", "1-4")["ports"]],
+                         [1, 2])
         before = self.port("tcp", 1)
         self.assertEqual(self.good(self.apply(101, "internet")).json()["arguments"]["resName"], "onuQosResOk")
         for transport, _ in BOTH:
@@ -101,7 +120,7 @@ class AdmissionTest(ClientTest):
             self.assertEqual([json.loads(line)["ports"][0]["interface"] for line in lines], [1, 1, 1])
 
     def test_output_that_is_not_read_to_its_end(self):
-        watch = (self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "cac", "show", "--watch=0.01")
+        watch = (self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "cac", "show", "1", "--watch=0.01")
         with subprocess.Popen(watch, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as client:
             client.stdout.readline()
             client.stdout.close()
@@ -132,7 +151,7 @@ class ModuleTest(ClientTest):
                 (["tcont", "show", prefix + "p"], ["(kbit/s)"]),
                 (["flow", "list"], ["peak (kbit/s)", "1-3"]), (["flow", "show", prefix + "p"], ["1-3"]),
                 (["tcont", "defaults"], ["256"]), (["flow", "defaults"], ["1244160"]), (["ranges"], ["(kbit/s)"]),
-                (["cac", "show"], ["kbit/s", "[-"]), (["state"], ["no"]), (["ping", "--count", "1"], [" ms"]),
+                (["cac", "show", "1"], ["kbit/s", "[-"]), (["state"], ["no"]), (["ping", "--count", "1"], [" ms"]),
             ]:
                 out = self.good(self.onuqosctl(transport, *arguments)).out
                 for word in words:
@@ -225,13 +244,15 @@ class ModuleTest(ClientTest):
                           ["tcont", "set", "p", "--together", "--weight", "1"], ["tcont", "show", "base64:?"],
                           ["tcont", "show", "base64:AA=="], ["flow", "vlan", "set", "p", "4096"],
                           ["flow", "vlan", "set", "p", "9-1"], ["flow", "reset", "p", "vlan"],
-                          ["cac", "show", "x"], ["cac", "show", "--count", "1"], ["ping", "--count", "0"]]:
+                          ["cac", "show", "x"], ["cac", "show"], ["cac", "show", "1", "--probe", "1-2"],
+                          ["cac", "show", "--probe", "2-1"], ["cac", "show", "--probe", "1-"], ["cac", "show", "--count", "1"], ["ping", "--count", "0"]]:
             answer = run([self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), *arguments])
             self.assertEqual((answer.status, answer.out), (2, ""), arguments)
             self.assertRegex(answer.err, r"^onuqosctl: [^\n]+\n$", arguments)
         for arguments in [[], ["service"], ["service", "apply", "1"], ["port", "distance", "1", "x", "2"],
                           ["onu", "config-event", "101", "maybe"], ["call", "status", "[]"], ["call", "status", "{"],
-                          ["--control", "/" + "x" * 200, "status"], ["nonsense"]]:
+                          ["--control", "/" + "x" * 200, "status"], ["nonsense"],
+                          ["--socket-owner", "no such user", "status"]]:
             answer = self.oltctl(*arguments)
             self.assertEqual((answer.status, answer.out), (2, ""), arguments)
             self.assertRegex(answer.err, r"^oltctl: [^\n]+\n$", arguments)
@@ -286,6 +307,55 @@ class OperatorTest(ClientTest):
         self.assertEqual(raw("message", "onuQosDump"), dump)
         self.assertEqual(self.oltctl("dump", "abc").status, 2)
         self.assertEqual(base64.b64decode(self.operate("dump")["reply"]["base64"]), dump)
+
+    def test_a_terminal_shows_names_and_obeys_none(self):
+        hostile = "a\x1b[31m\u009b2J\u202e\u00e9"
+        encoded = "base64:" + base64.b64encode(hostile.encode()).decode()
+        self.ask("tcp", "tcont", "create", encoded)
+        port = ("--port", str(self.daemon.tcp_port))
+        commands = [self.oltctl_command("dump"), self.oltctl_command("--json", "dump"),
+                    self.oltctl_command("call", hostile), self.oltctl_command(hostile),
+                    [self.client("onuqosctl"), *port, "tcont", "list"],
+                    [self.client("onuqosctl"), *port, "--json", "tcont", "list"],
+                    [self.client("onuqosctl"), *port, "tcont", "show", hostile + "!"]]
+        for command in commands:
+            shown = on_terminal(command)
+            self.assertIn("a", shown)
+            hidden = [character for character in shown if not character.isprintable() and character not in "\r\n\t"]
+            self.assertEqual(hidden, [], (command, shown))
+        # Without a terminal every byte stays.
+        self.assertIn(hostile, self.good(self.oltctl("dump")).out)
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs another user")
+    def test_only_a_socket_of_the_own_user_or_root_is_believed(self):
+        os.chmod(self.directory, 0o755)
+        nobody = 65534
+        os.mkdir(self.path("theirs"))
+        os.chown(self.path("theirs"), nobody, nobody)
+        theirs = harness.Daemon(self.program, self.module, self.path("theirs"))
+        theirs.write_inventory(self.INVENTORY)
+        theirs.start_as = nobody
+        self.addCleanup(theirs.kill)
+        theirs.start("--take-over")
+        for owner, status in (((), 3), (("--socket-owner", "nobody"), 0), (("--socket-owner", str(nobody)), 0),
+                              (("--socket-owner", "daemon"), 3)):
+            answer = run([self.client("oltctl"), "--control", theirs.control_path, *owner, "status"])
+            self.assertEqual(answer.status, status, answer.err)
+            if status:
+                self.assertEqual(answer.err, f"oltctl: control path {theirs.control_path}: served by user {nobody}, "
+                                             "neither you nor root; --socket-owner names one to believe\n")
+        self.good(run([self.client("oltctl"), "--control", theirs.control_path, "status"], user=nobody))
+        # A socket that root serves, but that somebody else owns.
+        os.chown(self.daemon.control_path, nobody, nobody)
+        self.assertEqual(self.oltctl("status").status, 3)
+        self.good(self.oltctl("--socket-owner", "nobody", "status"))
+
+    def test_descriptors_that_were_closed_are_not_taken(self):
+        for client, command in (("oltctl", self.oltctl_command("--json", "status")),
+                                ("onuqosctl", [self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "state"])):
+            answer = run(["sh", "-c", 'exec "$@" <&- >&-', "sh", *command])
+            self.assertEqual((answer.status, answer.err), (1, f"{client}: standard output cannot be written\n"))
+            self.assertEqual(run(["sh", "-c", 'exec "$@" <&- 2>&-', "sh", *command]).status, 0)
 
     def test_raw_calls(self):
         self.operate("call", "log-level", '{"level": 1}')
