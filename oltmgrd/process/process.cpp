@@ -211,6 +211,13 @@ private:
             return;
         }
         const auto published = publishedPorts();
+        if (published && *published != RpcPorts{} && !portmapperIsThere()) {
+            throw StartError(
+                "the portmapper is that of another network, and has the RPC program for a process there; "
+                "give "
+                "this network a portmapper and a /run of its own, or have clients there led astray with "
+                "--take-over");
+        }
         if (published && isProgramServed(*published)) {
             throw StartError("another process serves the RPC program, rpc-udp=" +
                              std::to_string(published->udp) + " rpc-tcp=" + std::to_string(published->tcp) +

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -38,36 +39,116 @@ struct Transport {
 constexpr Transport kTransports[] = {{"udp", IPPROTO_UDP, &RpcPorts::udp},
                                      {"tcp", IPPROTO_TCP, &RpcPorts::tcp}};
 
-/// Changes a registration. The portmapper takes changes by way of its local socket only, where it knows who
-/// asks.
-bool change(rpcproc_t procedure, const Transport& transport, std::uint16_t port) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::ranges::copy(std::string_view(_PATH_RPCBINDSOCK), address.sun_path);
-    Descriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kLocalLimit, sizeof kLocalLimit);  // for connect
-    if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        return false;
+/// A client of the portmapper by way of its local socket, where it knows who asks: it takes changes there
+/// only. The same socket leads to it from other networks of this host too.
+class LocalClient {
+public:
+    LocalClient() : descriptor_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::ranges::copy(std::string_view(_PATH_RPCBINDSOCK), address.sun_path);
+        ::setsockopt(descriptor_, SOL_SOCKET, SO_SNDTIMEO, &kLocalLimit, sizeof kLocalLimit);  // for connect
+        if (::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+            const netbuf where{sizeof address, sizeof address, &address};
+            client_ = ::clnt_vc_create(descriptor_, &where, RPCBPROG, RPCBVERS, 0, 0);
+        }
     }
-    const netbuf where{sizeof address, sizeof address, &address};
-    CLIENT* client = ::clnt_vc_create(descriptor, &where, RPCBPROG, RPCBVERS, 0, 0);
-    if (client == nullptr) {
-        return false;
+    ~LocalClient() {
+        if (client_ != nullptr) {
+            clnt_destroy(client_);
+        }
     }
-    std::string netid = transport.netid;
-    std::string universal = "127.0.0.1." + std::to_string(port >> 8U) + "." + std::to_string(port & 0xFFU);
-    std::string owner = std::to_string(::geteuid());
-    rpcb entry{.r_prog = RPC_ONUQOS_PROG,
-               .r_vers = RPC_ONUQOS_VERS,
-               .r_netid = netid.data(),
-               .r_addr = universal.data(),
-               .r_owner = owner.data()};
-    bool_t isDone = FALSE;
-    const clnt_stat status = clnt_call(
-        client, procedure, reinterpret_cast<xdrproc_t>(::xdr_rpcb), reinterpret_cast<caddr_t>(&entry),
-        reinterpret_cast<xdrproc_t>(::xdr_bool), reinterpret_cast<caddr_t>(&isDone), kLocalLimit);
-    clnt_destroy(client);
-    return status == RPC_SUCCESS && isDone == TRUE;
+    LocalClient(const LocalClient&) = delete;
+    LocalClient& operator=(const LocalClient&) = delete;
+
+    bool isThere() const { return client_ != nullptr; }
+
+    std::optional<RpcPorts> ports() const {
+        rpcblist_ptr list = nullptr;
+        const auto nothing = reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(::xdr_void));
+        const auto decode = reinterpret_cast<xdrproc_t>(::xdr_rpcblist_ptr);
+        if (clnt_call(client_, RPCBPROC_DUMP, nothing, nullptr, decode, reinterpret_cast<caddr_t>(&list),
+                      kLocalLimit) != RPC_SUCCESS) {
+            return std::nullopt;
+        }
+        RpcPorts ports;
+        for (const rp__list* entry = list; entry != nullptr; entry = entry->rpcb_next) {
+            const rpcb& map = entry->rpcb_map;
+            for (const Transport& transport : kTransports) {
+                if (map.r_prog == RPC_ONUQOS_PROG && map.r_vers == RPC_ONUQOS_VERS &&
+                    std::string_view(map.r_netid) == transport.netid) {
+                    ports.*transport.port = portOf(map.r_addr);
+                }
+            }
+        }
+        ::xdr_free(decode, &list);
+        return ports;
+    }
+
+    bool change(rpcproc_t procedure, const Transport& transport, std::uint16_t port) const {
+        std::string netid = transport.netid;
+        std::string universal =
+            "127.0.0.1." + std::to_string(port >> 8U) + "." + std::to_string(port & 0xFFU);
+        std::string owner = std::to_string(::geteuid());
+        rpcb entry{.r_prog = RPC_ONUQOS_PROG,
+                   .r_vers = RPC_ONUQOS_VERS,
+                   .r_netid = netid.data(),
+                   .r_addr = universal.data(),
+                   .r_owner = owner.data()};
+        bool_t isDone = FALSE;
+        return clnt_call(client_, procedure, reinterpret_cast<xdrproc_t>(::xdr_rpcb),
+                         reinterpret_cast<caddr_t>(&entry), reinterpret_cast<xdrproc_t>(::xdr_bool),
+                         reinterpret_cast<caddr_t>(&isDone), kLocalLimit) == RPC_SUCCESS &&
+               isDone == TRUE;
+    }
+
+private:
+    /// Of an address such as 127.0.0.1.195.80; 0 for what is none.
+    static std::uint16_t portOf(std::string_view universal) {
+        unsigned int high = 0;
+        unsigned int low = 0;
+        const std::size_t last = universal.rfind('.');
+        const std::size_t first = last == 0 ? last : universal.rfind('.', last - 1);
+        if (last == std::string_view::npos || first == std::string_view::npos) {
+            return 0;
+        }
+        std::from_chars(universal.data() + first + 1, universal.data() + last, high);
+        std::from_chars(universal.data() + last + 1, universal.data() + universal.size(), low);
+        return static_cast<std::uint16_t>(high << 8U | (low & 0xFFU));
+    }
+
+    Descriptor descriptor_;
+    CLIENT* client_ = nullptr;
+};
+
+/// Asks a portmapper that has no local socket; nothing when it does not answer.
+template <typename Result>
+std::optional<Result> ask(rpcproc_t procedure, const Transport& transport, std::uint16_t port,
+                          bool_t (*decode)(XDR*, Result*)) {
+    try {
+        const auto deadline = common::Clock::now() + kPortmapperLimit;
+        const common::RpcClient portmapper(false, PMAPPORT, PMAPPROG, PMAPVERS, deadline);
+        pmap entry{.pm_prog = RPC_ONUQOS_PROG,
+                   .pm_vers = RPC_ONUQOS_VERS,
+                   .pm_prot = transport.protocol,
+                   .pm_port = port};
+        Result result{};
+        if (clnt_call(portmapper.get(), procedure, reinterpret_cast<xdrproc_t>(::xdr_pmap),
+                      reinterpret_cast<caddr_t>(&entry), reinterpret_cast<xdrproc_t>(decode),
+                      reinterpret_cast<caddr_t>(&result), common::timeLeft(deadline)) == RPC_SUCCESS) {
+            return result;
+        }
+    } catch (const common::NoAnswer&) {
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+bool change(bool isSet, const Transport& transport, std::uint16_t port) {
+    if (const LocalClient local; local.isThere()) {
+        return local.change(isSet ? RPCBPROC_SET : RPCBPROC_UNSET, transport, port);
+    }
+    return ask(isSet ? PMAPPROC_SET : PMAPPROC_UNSET, transport, port, ::xdr_bool).value_or(FALSE) == TRUE;
 }
 
 bool isPortmapper(const sockaddr_storage& peer, socklen_t length) {
@@ -97,25 +178,16 @@ bool portmapperIsThere() {
 }
 
 std::optional<RpcPorts> publishedPorts() {
-    const auto deadline = common::Clock::now() + kPortmapperLimit;
+    if (const LocalClient local; local.isThere()) {
+        return local.ports();
+    }
     RpcPorts ports;
-    try {
-        const common::RpcClient portmapper(false, PMAPPORT, PMAPPROG, PMAPVERS, deadline);
-        for (const Transport& transport : kTransports) {
-            pmap wanted{.pm_prog = RPC_ONUQOS_PROG,
-                        .pm_vers = RPC_ONUQOS_VERS,
-                        .pm_prot = transport.protocol,
-                        .pm_port = 0};
-            u_short port = 0;
-            if (clnt_call(portmapper.get(), PMAPPROC_GETPORT, reinterpret_cast<xdrproc_t>(::xdr_pmap),
-                          reinterpret_cast<caddr_t>(&wanted), reinterpret_cast<xdrproc_t>(::xdr_u_short),
-                          reinterpret_cast<caddr_t>(&port), common::timeLeft(deadline)) != RPC_SUCCESS) {
-                return std::nullopt;
-            }
-            ports.*transport.port = port;
+    for (const Transport& transport : kTransports) {
+        const auto port = ask(PMAPPROC_GETPORT, transport, 0, ::xdr_u_short);
+        if (!port) {
+            return std::nullopt;
         }
-    } catch (const common::NoAnswer&) {
-        return std::nullopt;
+        ports.*transport.port = *port;
     }
     return ports;
 }
@@ -124,7 +196,7 @@ bool publishPorts(const RpcPorts& ports) {
     bool isDone = true;
     for (const Transport& transport : kTransports) {
         const std::uint16_t port = ports.*transport.port;
-        isDone = (port == 0 || change(RPCBPROC_SET, transport, port)) && isDone;
+        isDone = (port == 0 || change(true, transport, port)) && isDone;
     }
     return isDone;
 }
@@ -134,7 +206,7 @@ void withdrawPorts(const RpcPorts& ports) {
     for (const Transport& transport : kTransports) {
         const std::uint16_t port = ports.*transport.port;
         if (port != 0 && port == published.*transport.port) {
-            change(RPCBPROC_UNSET, transport, port);
+            change(false, transport, port);
         }
     }
 }

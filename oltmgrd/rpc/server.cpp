@@ -180,7 +180,7 @@ bool RpcServer::isPublished() {
     }
     const auto published = publishedPorts();
     portmapperAnswers_ = published.has_value();
-    return published == ports;
+    return published == ports && portmapperIsThere();
 }
 
 void RpcServer::giveUpRegistration() {

@@ -260,6 +260,14 @@ class Registration(InstanceTest):
         self.assertEqual(self.registered(), {})
         first.stop()
 
+    def test_the_portmapper_of_another_network_is_left_alone(self):
+        self.daemon.start()
+        done = subprocess.run(["unshare", "-n", "sh", "-c", 'ip link set lo up && exec "$@"', "sh",
+                               *self.other().arguments()], capture_output=True, timeout=PATIENCE, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"oltmgrd: the portmapper is that of another network, and has the RPC program ", done.stderr)
+        self.assertEqual(self.registered(), self.ports(self.daemon))
+
     def test_a_stale_registration_does_not_keep_a_new_process_out(self):
         self.daemon.start()
         self.daemon.kill()
