@@ -323,6 +323,8 @@ class OperatorTest(ClientTest):
             self.assertIn("a", shown)
             hidden = [character for character in shown if not character.isprintable() and character not in "\r\n\t"]
             self.assertEqual(hidden, [], (command, shown))
+            if "--json" in command:
+                self.assertIn(json.dumps(hostile)[1:-1], json.dumps(json.loads(shown)))
         # Without a terminal every byte stays.
         self.assertIn(hostile, self.good(self.oltctl("dump")).out)
 
@@ -345,7 +347,9 @@ class OperatorTest(ClientTest):
                 self.assertEqual(answer.err, f"oltctl: control path {theirs.control_path}: served by user {nobody}, "
                                              "neither you nor root; --socket-owner names one to believe\n")
         self.good(run([self.client("oltctl"), "--control", theirs.control_path, "status"], user=nobody))
-        # A socket that root serves, but that somebody else owns.
+        # A socket that somebody else serves and root owns, and the other way round.
+        os.chown(theirs.control_path, 0, 0)
+        self.assertEqual(run([self.client("oltctl"), "--control", theirs.control_path, "status"]).status, 3)
         os.chown(self.daemon.control_path, nobody, nobody)
         self.assertEqual(self.oltctl("status").status, 3)
         self.good(self.oltctl("--socket-owner", "nobody", "status"))

@@ -184,6 +184,19 @@ class OperatorLog(harness.DaemonTest):
         self.assertIn("the log goes on where it was: ", self.daemon.errors())
         self.daemon.stop()
 
+    def test_lines_that_cannot_be_written_are_counted(self):
+        os.symlink("/dev/full", self.log)
+        self.daemon.start("--log-file", self.log)
+        self.refused_changes(10)
+        self.daemon.request("log-level", level=0)
+        os.remove(self.log)
+        self.daemon.process.send_signal(signal.SIGHUP)
+        harness.await_true(lambda: os.path.exists(self.log), "the new log")
+        self.await_logged(b" lines lost: ")
+        self.daemon.stop()
+        # With "starting" and "ready", and word of a portmapper that is missing.
+        self.assertIn(sum(int(count) for count in LOST.findall(self.read("log"))), (12, 13))
+
     def test_many_reopenings_leave_no_descriptor_behind(self):
         self.daemon.start("--log-file", self.log)
         self.daemon.request("status")
