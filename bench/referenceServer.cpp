@@ -3,7 +3,6 @@
 
 #include <arpa/inet.h>
 #include <onuqos.h>
-#include <rpc/rpc_com.h>
 #include <sys/socket.h>
 
 #include <cstdio>
@@ -42,8 +41,6 @@ int main(int argc, char**) {
         std::fputs("usage: referenceServer\nServes constants until it is killed.\n", stderr);
         return 2;
     }
-    int maximumRecord = 65536;  // as oltmgrd sets it
-    rpc_control(RPC_SVC_CONNMAXREC_SET, &maximumRecord);
     SVCXPRT* udp = svcudp_create(bound(SOCK_DGRAM));
     serve(udp);
     SVCXPRT* tcp = svctcp_create(bound(SOCK_STREAM), 0, 0);

@@ -19,7 +19,6 @@
 #include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/process/operatorLog.h"
 #include "oltmgrd/process/signals.h"
-#include "oltmgrd/rpc/guard.h"
 #include "oltmgrd/rpc/portmapper.h"
 #include "oltmgrd/rpc/server.h"
 #include "oltmgrd/services/serviceSide.h"
@@ -122,7 +121,6 @@ public:
         }
         goOn();
         rpc_->start(module_ != nullptr, kRegistrationLimit);
-        guard_.emplace();
         context_.rpc = &*rpc_;
         context_.host = host_.get();
         commands_.emplace(context_);
@@ -146,7 +144,6 @@ public:
             rpc_->giveUpRegistration();
         }
         const bool isIdle = !control_ || control_->stop(kRequestsLimit);
-        guard_.reset();
         if (rpc_) {
             rpc_->stop();
         }
@@ -300,7 +297,6 @@ private:
     std::optional<ServiceSide> services_;
     std::optional<ConfigurationStore> configuration_;
     std::optional<RpcServer> rpc_;
-    std::optional<RpcGuard> guard_;
     bool entitiesStarted_ = false;
     bool stopped_ = false;
     std::optional<CommandTable> commands_;

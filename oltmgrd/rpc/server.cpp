@@ -3,8 +3,6 @@
 #include <malloc.h>
 #include <netinet/in.h>
 #include <rpc/rpc.h>
-#include <rpc/rpc_com.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -23,12 +21,7 @@ namespace {
 constexpr const char* kLoop = "BLLManager_mng";
 constexpr const char* kRegistration = "onuqos_mng";
 
-// The receive loop selects over this many descriptors and never serves one beyond.
-constexpr rlim_t kDescriptorsMax = FD_SETSIZE;
-// The longest record of a client, bytes. It also makes the library read without blocking, and take in records
-// of one fragment only; without it half a record blocks everyone for 35 s.
-constexpr int kRecordMax = 65'536;
-// Buffers of the size a hostile length field asks for go back to the system when they are freed.
+// The allocator gives longer blocks back to the system when they are freed, as those of a long name in a call.
 constexpr int kMmapThreshold = 131'072;
 
 constexpr std::chrono::milliseconds kWatchInterval{100};
@@ -93,15 +86,7 @@ void hardenRpc() {
     struct sigaction wake {};
     wake.sa_handler = [](int) {};
     ::sigaction(kWakeSignal, &wake, nullptr);
-
-    rlimit descriptors{};
-    ::getrlimit(RLIMIT_NOFILE, &descriptors);
-    descriptors.rlim_cur = std::min(descriptors.rlim_max, kDescriptorsMax);
-    ::setrlimit(RLIMIT_NOFILE, &descriptors);
-
     ::mallopt(M_MMAP_THRESHOLD, kMmapThreshold);
-    int recordMax = kRecordMax;
-    ::rpc_control(RPC_SVC_CONNMAXREC_SET, &recordMax);
 }
 
 RpcServer::RpcServer(Host& host, Tell tell)

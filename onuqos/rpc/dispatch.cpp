@@ -8,8 +8,8 @@
 #include <tuple>
 #include <type_traits>
 
+#include "rpc/serverXdr.h"
 #include "rte/BLL/core/rpcProxy.h"
-#include "rte/BLL/core/transportOperations.h"
 
 namespace {
 
@@ -83,28 +83,28 @@ constexpr Procedure row(rpcproc_t number, std::string_view name) {
 
 // clang-format off
 constexpr std::array kProcedures{
-    row<xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_create_1_svc>(1, "rpc_onuflowprofile_create"),
-    row<xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_delete_1_svc>(2, "rpc_onuflowprofile_delete"),
+    row<onuqos_xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_create_1_svc>(1, "rpc_onuflowprofile_create"),
+    row<onuqos_xdr_wrapstring, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_delete_1_svc>(2, "rpc_onuflowprofile_delete"),
     row<xdr_rpc_onuflowprofile_rename_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_rename_1_svc>(3, "rpc_onuflowprofile_rename"),
     row<xdr_rpc_onuflowprofile_copy_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_copy_1_svc>(4, "rpc_onuflowprofile_copy"),
-    row<xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_get_1_svc>(5, "rpc_onuflowprofile_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_get_1_svc>(5, "rpc_onuflowprofile_get"),
     row<xdr_rpc_onuflowprofile_rule_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_rule_set_1_svc>(6, "rpc_onuflowprofile_rule_set"),
     row<xdr_rpc_onuflowprofile_action_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_action_set_1_svc>(7, "rpc_onuflowprofile_action_set"),
-    row<xdr_wrapstring, xdr_rpcOnuFlowProfileAttachedRes, rpc_onuflowprofile_attached_get_1_svc>(8, "rpc_onuflowprofile_attached_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcOnuFlowProfileAttachedRes, rpc_onuflowprofile_attached_get_1_svc>(8, "rpc_onuflowprofile_attached_get"),
     row<xdr_void, xdr_rpcOnuFlowProfileActionDef, rpc_onuflowprofile_action_default_get_1_svc>(9, "rpc_onuflowprofile_action_default_get"),
     row<xdr_void, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_first_get_1_svc>(10, "rpc_onuflowprofile_first_get"),
-    row<xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_next_get_1_svc>(11, "rpc_onuflowprofile_next_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcOnuFlowProfileInfoRes, rpc_onuflowprofile_next_get_1_svc>(11, "rpc_onuflowprofile_next_get"),
     row<xdr_rpc_onuflowprofile_create_and_set_1_argument, xdr_rpcOnuFlowProfileRes, rpc_onuflowprofile_create_and_set_1_svc>(12, "rpc_onuflowprofile_create_and_set"),
 
-    row<xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_create_1_svc>(100, "rpc_tcontprofile_create"),
-    row<xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_delete_1_svc>(101, "rpc_tcontprofile_delete"),
+    row<onuqos_xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_create_1_svc>(100, "rpc_tcontprofile_create"),
+    row<onuqos_xdr_wrapstring, xdr_rpcTContProfileRes, rpc_tcontprofile_delete_1_svc>(101, "rpc_tcontprofile_delete"),
     row<xdr_rpc_tcontprofile_rename_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_rename_1_svc>(102, "rpc_tcontprofile_rename"),
     row<xdr_rpc_tcontprofile_copy_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_copy_1_svc>(103, "rpc_tcontprofile_copy"),
-    row<xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_get_1_svc>(104, "rpc_tcontprofile_get"),
-    row<xdr_wrapstring, xdr_rpcTContProfileAttachedRes, rpc_tcontprofile_attached_get_1_svc>(105, "rpc_tcontprofile_attached_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_get_1_svc>(104, "rpc_tcontprofile_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcTContProfileAttachedRes, rpc_tcontprofile_attached_get_1_svc>(105, "rpc_tcontprofile_attached_get"),
     row<xdr_void, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_default_get_1_svc>(106, "rpc_tcontprofile_default_get"),
     row<xdr_void, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_first_get_1_svc>(107, "rpc_tcontprofile_first_get"),
-    row<xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_next_get_1_svc>(108, "rpc_tcontprofile_next_get"),
+    row<onuqos_xdr_wrapstring, xdr_rpcTContProfileInfoRes, rpc_tcontprofile_next_get_1_svc>(108, "rpc_tcontprofile_next_get"),
     row<xdr_rpc_tcontprofile_id_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_id_set_1_svc>(109, "rpc_tcontprofile_id_set"),
     row<xdr_rpc_tcontprofile_type_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_type_set_1_svc>(110, "rpc_tcontprofile_type_set"),
     row<xdr_rpc_tcontprofile_fixed_rate_set_1_argument, xdr_rpcTContProfileRes, rpc_tcontprofile_fixed_rate_set_1_svc>(111, "rpc_tcontprofile_fixed_rate_set"),
@@ -133,7 +133,6 @@ std::span<const Procedure> onuqosProcedures() {
 }
 
 void rpcOnuqosDispatch(struct svc_req* request, SVCXPRT* transport) {
-    adoptConnection(transport);
     if (request->rq_proc == NULLPROC) {
         svc_sendreply(transport, xdr<xdr_void>(), nullptr);
         return;

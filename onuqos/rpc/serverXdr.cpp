@@ -1,8 +1,12 @@
 #include "rpc/serverXdr.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <memory>
 
 namespace {
 
@@ -24,6 +28,12 @@ void decodeChars(const std::int32_t* buffer, char* elements, u_int count) {
         elements[i] = lowByte[i * BYTES_PER_XDR_UNIT];
     }
 }
+
+/// Bytes that are reserved for a string before any of it is there.
+constexpr std::size_t kFirstPiece = 65'536;
+
+/// As the library allocates it.
+using Text = std::unique_ptr<char, decltype([](char* text) { std::free(text); })>;
 
 }  // namespace
 
@@ -47,5 +57,36 @@ bool_t onuqos_xdr_vector(XDR* xdrs, char* elements, u_int count, u_int size, xdr
 }
 
 bool_t onuqos_xdr_string(XDR* xdrs, char** string, u_int maxSize) {
-    return xdr_string(xdrs, string, std::min(maxSize, ONUQOS_STRING_BYTES_MAX));
+    if (xdrs->x_op != XDR_DECODE) {
+        return xdr_string(xdrs, string, maxSize);
+    }
+    u_int length = 0;
+    if (!xdr_u_int(xdrs, &length) || length > maxSize) {
+        return FALSE;
+    }
+    Text text;
+    std::size_t room = 0;
+    for (std::size_t have = 0; have < length || text == nullptr; have = room) {
+        room = std::min<std::size_t>(length, std::max(2 * have, kFirstPiece));
+        auto* grown = static_cast<char*>(std::realloc(text.get(), room + 1));
+        if (grown == nullptr) {
+            return FALSE;
+        }
+        static_cast<void>(text.release());
+        text.reset(grown);
+        if (!XDR_GETBYTES(xdrs, grown + have, static_cast<u_int>(room - have))) {
+            return FALSE;
+        }
+    }
+    text.get()[length] = '\0';
+    std::array<char, BYTES_PER_XDR_UNIT> padding{};
+    if (!XDR_GETBYTES(xdrs, padding.data(), -length % BYTES_PER_XDR_UNIT)) {
+        return FALSE;
+    }
+    *string = text.release();
+    return TRUE;
+}
+
+bool_t onuqos_xdr_wrapstring(XDR* xdrs, char** string) {
+    return onuqos_xdr_string(xdrs, string, std::numeric_limits<u_int>::max());
 }

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "rte/BLL/core/rpcProxy.h"
-#include "rte/BLL/core/transportOperations.h"
+#include "rte/BLL/core/transports.h"
 
 namespace {
 
@@ -96,7 +96,7 @@ void registerUdp(const Service& service) {
     }
     SVCXPRT* transport = svcudp_create(descriptor);
     if (transport != nullptr) {
-        adoptDatagrams(transport);
+        rte::adoptDatagrams(transport);
     }
     registerTransport(transport, descriptor, IPPROTO_UDP, kUdpMessages, service);
 }
@@ -111,7 +111,11 @@ void registerTcp(const Service& service) {
         close(descriptor);
         return;
     }
-    registerTransport(svctcp_create(descriptor, 0, 0), descriptor, IPPROTO_TCP, kTcpMessages, service);
+    SVCXPRT* transport = svctcp_create(descriptor, 0, 0);
+    if (transport != nullptr) {
+        rte::adoptListener(transport);
+    }
+    registerTransport(transport, descriptor, IPPROTO_TCP, kTcpMessages, service);
 }
 
 }  // namespace

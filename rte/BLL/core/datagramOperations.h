@@ -1,0 +1,59 @@
+#pragma once
+
+#include <netinet/in.h>
+#include <rpc/rpc.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
+
+#include "rte/BLL/core/adoptedTransport.h"
+#include "rte/BLL/core/callMessage.h"
+
+namespace rte {
+
+/// Serves the datagrams of a UDP transport of the RPC library: up to 16 are taken at once, served, and
+/// answered at once, before the receive loop looks at other transports. Each is decoded within its own
+/// length; the library's own operations decode from a buffer in which the end of an earlier request may lie
+/// behind a short one. Datagrams of any length are taken whole; a reply has room for as many bytes as with
+/// the library.
+class DatagramOperations : public AdoptedTransport {
+public:
+    explicit DatagramOperations(SVCXPRT* transport);
+    ~DatagramOperations() override;
+
+private:
+    static constexpr std::size_t kBatch = 16;
+    static constexpr std::size_t kDatagramMax = 65'536;
+
+    static DatagramOperations& of(const SVCXPRT* transport);
+    static bool_t receive(SVCXPRT* transport, rpc_msg* message);
+    static xprt_stat status(SVCXPRT* transport);
+    static bool_t decodeArguments(SVCXPRT* transport, xdrproc_t routine, void* arguments);
+    static bool_t reply(SVCXPRT* transport, rpc_msg* message);
+    static bool_t freeArguments(SVCXPRT* transport, xdrproc_t routine, void* arguments);
+
+    void restore(SVCXPRT* transport) override;
+    void receiveBatch(int descriptor);
+    bool begin(SVCXPRT* transport, std::size_t index, rpc_msg* message);
+    void sendReplies(int descriptor);
+
+    /// Datagrams that are moved by one system call.
+    struct Batch {
+        explicit Batch(std::size_t room);
+
+        std::unique_ptr<char[]> bytes;  ///< pages that no datagram reached take no memory
+        std::array<sockaddr_in, kBatch> peers{};
+        std::array<iovec, kBatch> pieces{};
+        std::array<mmsghdr, kBatch> headers{};
+        std::size_t count = 0;
+    };
+    Batch calls_;
+    std::size_t next_ = 0;  ///< of the calls, to be served
+    CallMessage call_;
+    Batch replies_;
+};
+
+}  // namespace rte
