@@ -24,7 +24,10 @@
 namespace rte {
 namespace {
 
-constexpr int kCallsOfConnection = 16;
+// Calls of a connection in a turn: as many as the first number, and fewer when so many connections have some
+// that a round of all of them would take longer than the second number of calls.
+constexpr std::size_t kCallsOfConnection = 16;
+constexpr std::size_t kCallsOfRound = 1024;
 constexpr int kStepsOfTurn = 64;
 constexpr int kAcceptedAtOnce = 64;
 
@@ -44,6 +47,7 @@ constexpr rlim_t kDescriptorsLeft = 128;
 
 constexpr std::chrono::nanoseconds kStallLook = std::chrono::seconds(1);
 
+/// Raises the soft limit as far as it is of use; returns it.
 rlim_t raiseDescriptorLimit() {
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -118,6 +122,10 @@ ConnectionHub::ConnectionHub(const ConnectionLimits& limits)
     watch(epoll_.get(), wake_.get(), &wake_);
     watch(epoll_.get(), timer_.get(), &timer_);
     const rlim_t descriptors = raiseDescriptorLimit();
+    // The kernel makes the table of descriptors longer now, and not while connections come in: in a process
+    // of several threads that takes some ten milliseconds each time.
+    ::close(::fcntl(wake_.get(), F_DUPFD_CLOEXEC,
+                    static_cast<int>(std::min(descriptors, kDescriptorsWanted)) - 1));
     limits_.connections =
         std::min<std::size_t>(limits_.connections, descriptors - std::min(kDescriptorsLeft, descriptors / 4));
 
@@ -208,8 +216,9 @@ bool_t ConnectionHub::control(SVCXPRT*, u_int, void*) {
 
 // Who is connected.
 
-void ConnectionHub::accept(int listener) {
-    for (int i = 0; i < kAcceptedAtOnce; ++i) {
+int ConnectionHub::accept(int listener) {
+    int accepted = 0;
+    while (accepted < kAcceptedAtOnce) {
         sockaddr_in peer{};
         socklen_t size = sizeof peer;
         const int descriptor =
@@ -218,6 +227,7 @@ void ConnectionHub::accept(int listener) {
             while (connections() >= limits_.connections && evict()) {
             }
             add(moveAboveSelect(descriptor), peer);
+            ++accepted;
         } else if (errno == EMFILE || errno == ENFILE) {
             if (!evict()) {
                 // Others have taken all descriptors: the client is turned away, or it would be asked for
@@ -225,12 +235,13 @@ void ConnectionHub::accept(int listener) {
                 spare_.close();
                 ::close(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
                 spare_.reset(::fcntl(wake_.get(), F_DUPFD_CLOEXEC, 0));
-                return;
+                return accepted;
             }
         } else if (errno != EINTR && errno != ECONNABORTED) {
-            return;
+            return accepted;
         }
     }
+    return accepted;
 }
 
 void ConnectionHub::add(int descriptor, const sockaddr_in& peer) {
@@ -357,9 +368,13 @@ bool ConnectionHub::nextCall(rpc_msg* message) {
     return false;
 }
 
+std::size_t ConnectionHub::callsMax() const {
+    return std::clamp<std::size_t>(kCallsOfRound / (queue_.size() + 1), 1, kCallsOfConnection);
+}
+
 /// Whether the current connection is to be asked for another call in this turn.
 bool ConnectionHub::goesOn() {
-    if (!current_->connection.hasInput() || calls_ >= kCallsOfConnection || steps_ >= kStepsOfTurn) {
+    if (!current_->connection.hasInput() || calls_ >= callsMax() || steps_ >= kStepsOfTurn) {
         return false;
     }
     if (gathered_ <= (isRoomy() ? kGatherRoomy : kGatherTight)) {

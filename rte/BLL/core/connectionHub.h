@@ -70,8 +70,8 @@ public:
     ConnectionHub(const ConnectionHub&) = delete;
     ConnectionHub& operator=(const ConnectionHub&) = delete;
 
-    /// Takes over connections that wait at a listening, non-blocking socket.
-    void accept(int listener);
+    /// Takes over connections that wait at a listening, non-blocking socket; returns how many, 64 at most.
+    int accept(int listener);
 
     std::size_t connections() const { return strangers_.size() + clients_.size(); }
 
@@ -116,6 +116,7 @@ private:
     void beginTurn();
     bool takeNext();
     bool nextCall(rpc_msg* message);
+    std::size_t callsMax() const;
     bool goesOn();
     bool sendGathered();
     void finish();
@@ -143,7 +144,7 @@ private:
     Clock::time_point now_;  ///< when the turn began
     int steps_ = 0;          ///< of the turn: calls and reads
     Entry* current_ = nullptr;
-    int calls_ = 0;  ///< of the current connection
+    std::size_t calls_ = 0;  ///< of the current connection in this turn
     bool inCall_ = false;
     bool hangsUp_ = false;  ///< the dispatcher wants the current connection closed
     CallMessage call_;

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "rte/BLL/core/adoptedTransport.h"
@@ -20,6 +21,12 @@ namespace {
 /// only adds to what thousands of such clients cost.
 constexpr int kSendBuffer = 65'536;
 
+/// So many connections at once are a crowd. The queue in which they wait for this process is made longer for
+/// one, or the kernel drops those that come while the process has to wait for a processor, and their clients
+/// try again only a second later.
+constexpr int kCrowd = 16;
+constexpr int kCrowdBacklog = 4096;
+
 /// A listening transport, the connections of which go to the hub.
 class ListenerOperations : public AdoptedTransport {
 public:
@@ -32,11 +39,15 @@ public:
 private:
     /// There is never a call to be dispatched.
     static bool_t receive(SVCXPRT* transport, rpc_msg*) {
-        static_cast<ListenerOperations&>(of(transport)).hub_.accept(transport->xp_fd);
+        auto& self = static_cast<ListenerOperations&>(of(transport));
+        if (self.hub_.accept(transport->xp_fd) >= kCrowd && !std::exchange(self.crowded_, true)) {
+            ::listen(transport->xp_fd, kCrowdBacklog);
+        }
         return FALSE;
     }
 
     ConnectionHub& hub_;
+    bool crowded_ = false;
 };
 
 class Transports {
