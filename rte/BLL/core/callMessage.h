@@ -16,7 +16,8 @@ public:
     ///
     /// RPCSEC_GSS and AUTH_DES credentials, which no transport of ours serves, are replaced by a flavour that
     /// the library denies at once: its own code for them keeps memory for each context that is begun, and
-    /// asks a key server.
+    /// asks a key server. Of AUTH_SYS credentials that are cut short the library would write a line to
+    /// standard output, for which there may be no reader; it denies them without.
     bool begin(std::span<const char> bytes, rpc_msg* message);
 
     /// The operations `xp_getargs` and `xp_freeargs`. Nothing is read beyond the message.
