@@ -37,7 +37,7 @@ endif()
 if(ONUQOS_FUZZ)
     # The engine learns from what is instrumented; only the fuzzers are linked with it.
     target_compile_options(onuqos_build_flags INTERFACE
-        -fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/fuzz/notCounted.txt)
+        -O2 -fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/fuzz/notCounted.txt)
     target_link_options(onuqos_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(ONUQOS_COVERAGE)

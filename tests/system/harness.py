@@ -179,6 +179,7 @@ class Daemon:
         self.write_inventory(INVENTORY)
         self.process = self.control = None
         self.start_as = None  # a user's number
+        self.prepare = None  # what the process does before it becomes oltmgrd
         self.udp_port = self.tcp_port = 0
 
     def write_inventory(self, inventory):
@@ -194,7 +195,7 @@ class Daemon:
         self.control = None
         with open(self.error_path, "w", encoding="utf-8") as errors:
             self.process = subprocess.Popen(self.arguments(*more), stdout=subprocess.PIPE, stderr=errors,
-                                            user=self.start_as)
+                                            user=self.start_as, preexec_fn=self.prepare)
         return self
 
     def start(self, *more):

@@ -6,6 +6,13 @@
 #include "rte/BLL/core/replyEncoding.h"
 
 namespace rte {
+namespace {
+
+/// Where datagrams wait while this process has to wait for a processor, bytes; the kernel drops what does not
+/// fit, and takes less for it where it is so set.
+constexpr int kReceiveBuffer = 4 << 20;
+
+}  // namespace
 
 DatagramOperations::Batch::Batch(std::size_t room)
     : bytes(std::make_unique_for_overwrite<char[]>(kBatch * room)) {
@@ -24,6 +31,7 @@ DatagramOperations::DatagramOperations(SVCXPRT* transport)
     // needs no look into the routing table for each.
     const int off = 0;
     ::setsockopt(transport->xp_fd, IPPROTO_IP, IP_PKTINFO, &off, sizeof off);
+    ::setsockopt(transport->xp_fd, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
     operations().xp_recv = receive;
     operations().xp_stat = status;
     operations().xp_getargs = decodeArguments;
