@@ -185,7 +185,7 @@ TEST_P(Service, aClientWithManyRequestsDoesNotHoldUpOthers) {
     ASSERT_NE(rpc_onuqos_null_1(client_.get()), nullptr);
     const bool tcp = GetParam() == IPPROTO_TCP;
     const auto nameOf = [tcp](std::uint32_t id) { return (tcp ? "t" : "u") + std::to_string(100 + id); };
-    constexpr std::uint32_t kCalls = 40;
+    constexpr std::uint32_t kCalls = 100;  // more than are served in a turn
     {
         const BLLManager::exclusiveLock_t held;  // the first request waits for it, the rest queue behind
         ASSERT_TRUE(held.obtained());

@@ -282,7 +282,8 @@ void ConnectionHub::close(Entry& entry) {
         inCall_ = false;
     }
     if (entry.isQueued) {
-        std::erase(queue_, &entry);
+        std::erase(fresh_, &entry);
+        std::erase(backlog_, &entry);
     }
     countWaiting(entry, false);
     held_ -= entry.counted;
@@ -324,10 +325,8 @@ void ConnectionHub::beginTurn() {
 
 /// Makes the first queued connection that has input the current one.
 bool ConnectionHub::takeNext() {
-    while (!queue_.empty() && steps_ < kStepsOfTurn) {
-        Entry& entry = *queue_.front();
-        queue_.pop_front();
-        entry.isQueued = false;
+    while (queued() != 0 && steps_ < kStepsOfTurn) {
+        Entry& entry = dequeue();
         ++steps_;
         const std::size_t most = isRoomy() ? kReadRoomy : kReadTight;
         switch (entry.connection.takeInput(std::span(input_).first(most))) {
@@ -369,7 +368,7 @@ bool ConnectionHub::nextCall(rpc_msg* message) {
 }
 
 std::size_t ConnectionHub::callsMax() const {
-    return std::clamp<std::size_t>(kCallsOfRound / (queue_.size() + 1), 1, kCallsOfConnection);
+    return std::clamp<std::size_t>(kCallsOfRound / (queued() + 1), 1, kCallsOfConnection);
 }
 
 /// Whether the current connection is to be asked for another call in this turn.
@@ -422,11 +421,11 @@ void ConnectionHub::hangUp() {
 
 /// False while the turn goes on.
 bool ConnectionHub::endTurn() {
-    if (steps_ < kStepsOfTurn && (current_ != nullptr || !queue_.empty())) {
+    if (steps_ < kStepsOfTurn && (current_ != nullptr || queued() != 0)) {
         return false;
     }
     inTurn_ = false;
-    const bool isAwake = !queue_.empty();
+    const bool isAwake = queued() != 0;
     if (std::exchange(isAwake_, isAwake) != isAwake) {
         eventfd_t value = 1;
         if (isAwake) {
@@ -458,8 +457,18 @@ void ConnectionHub::see(Entry& entry, std::uint32_t events) {
 
 void ConnectionHub::enqueue(Entry& entry) {
     if (!std::exchange(entry.isQueued, true)) {
-        queue_.push_back(&entry);
+        (entry.connection.hasAside() ? backlog_ : fresh_).push_back(&entry);
     }
+}
+
+/// Takes from both queues in turn, so that who has just asked does not wait for all who have asked for much.
+ConnectionHub::Entry& ConnectionHub::dequeue() {
+    isBacklogNext_ = fresh_.empty() || (!isBacklogNext_ && !backlog_.empty());
+    auto& queue = isBacklogNext_ ? backlog_ : fresh_;
+    Entry& entry = *queue.front();
+    queue.pop_front();
+    entry.isQueued = false;
+    return entry;
 }
 
 /// Has the connection looked at again when there is something to be done for it; closes it if there will not

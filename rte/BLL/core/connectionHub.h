@@ -126,6 +126,8 @@ private:
     // What half-done work asks for.
     void see(Entry& entry, std::uint32_t events);
     void enqueue(Entry& entry);
+    Entry& dequeue();
+    std::size_t queued() const { return fresh_.size() + backlog_.size(); }
     void settle(Entry& entry);
     void countWaiting(Entry& entry, bool isWaiting);
     void endStalled();
@@ -136,7 +138,9 @@ private:
 
     std::list<Entry> strangers_;  ///< no call of which was carried out yet, the longest silent one first
     std::list<Entry> clients_;    ///< the others, in the same order
-    std::deque<Entry*> queue_;    ///< that have input to be served
+    std::deque<Entry*> fresh_;    ///< whose socket has input
+    std::deque<Entry*> backlog_;  ///< whose input was put aside when their share of a turn was over
+    bool isBacklogNext_ = false;
     std::size_t held_ = 0;
     std::size_t waiting_ = 0;  ///< connections whose replies wait
 

@@ -14,8 +14,8 @@
 
 namespace rte {
 
-/// Serves the datagrams of a UDP transport of the RPC library: up to 16 are taken at once, served, and
-/// answered at once, before the receive loop looks at other transports. Each is decoded within its own
+/// Serves the datagrams of a UDP transport of the RPC library. Up to 16 are taken, served and answered at a
+/// time, and up to 64 before the receive loop looks at other transports. Each is decoded within its own
 /// length; the library's own operations decode from a buffer in which the end of an earlier request may lie
 /// behind a short one. Datagrams of any length are taken whole; a reply has room for as many bytes as with
 /// the library.
@@ -26,6 +26,7 @@ public:
 
 private:
     static constexpr std::size_t kBatch = 16;
+    static constexpr int kBatchesOfTurn = 4;
     static constexpr std::size_t kDatagramMax = 65'536;
 
     static DatagramOperations& of(const SVCXPRT* transport);
@@ -52,6 +53,7 @@ private:
     };
     Batch calls_;
     std::size_t next_ = 0;  ///< of the calls, to be served
+    int batches_ = 0;       ///< of the turn
     CallMessage call_;
     Batch replies_;
 };

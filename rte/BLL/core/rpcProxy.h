@@ -48,4 +48,5 @@ int checkInterrupt();
 
 /// Makes a UDP and a TCP transport for a program on free ports of 127.0.0.1, and registers both with
 /// `dispatch` and the portmapper. Each failure is told on standard error; the other transport is still made.
+/// Both are served as `transports.h` tells, so `dispatch` replies before it returns.
 void rpcProxyRegisterSvc(unsigned long prog, unsigned long vers, void (*dispatch)(struct svc_req*, SVCXPRT*));
