@@ -6,7 +6,7 @@
 #include <string>
 
 #include "BLLManager.h"
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 #include "standin/inventory.h"
 #include "standin/log.h"
 #include "standin/reset.h"

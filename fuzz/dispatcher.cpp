@@ -1,6 +1,6 @@
 // The dispatcher of the RPC program: an input is a sequence of calls, which a transport in memory hands over.
 
-#include "rpc/dispatch.h"
+#include "onuqos/rpc/dispatch.h"
 
 #include <algorithm>
 #include <array>

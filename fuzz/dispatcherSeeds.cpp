@@ -14,7 +14,7 @@
 #include <string_view>
 
 #include "callSequence.h"
-#include "rpc/dispatch.h"
+#include "onuqos/rpc/dispatch.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "entity/onuQos.h"
 #include "oltmgrd/platform/host.h"
+#include "onuqos/entity/onuQos.h"
 
 namespace fuzz {
 

@@ -1,8 +1,8 @@
 #include "clients/onuqosctl/flowAttributes.h"
 #include "clients/onuqosctl/flowProfile.h"
 #include "clients/onuqosctl/profileCommands.h"
-#include "rules/flowRules.h"
-#include "rules/vlanBitmap.h"
+#include "onuqos/rules/flowRules.h"
+#include "onuqos/rules/vlanBitmap.h"
 
 namespace onuqosctl {
 namespace {

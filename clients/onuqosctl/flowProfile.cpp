@@ -5,7 +5,7 @@
 
 #include "clients/onuqosctl/wireName.h"
 #include "common/table.h"
-#include "rules/vlanBitmap.h"
+#include "onuqos/rules/vlanBitmap.h"
 
 namespace onuqosctl {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "rules/tContRules.h"
+#include "onuqos/rules/tContRules.h"
 
 namespace onuqosctl {
 

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "common/text.h"
-#include "entity/onuQos.h"
 #include "oltmgrd/configuration/document.h"
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/files.h"
 #include "oltmgrd/files/jsonFields.h"
 #include "oltmgrd/platform/serviceProfile.h"
+#include "onuqos/entity/onuQos.h"
 
 namespace oltmgrd {
 namespace {

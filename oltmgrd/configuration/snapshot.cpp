@@ -7,7 +7,7 @@
 #include <unordered_map>
 
 #include "BLLManager.h"
-#include "rules/uniTypes.h"
+#include "onuqos/rules/uniTypes.h"
 
 namespace oltmgrd {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "entity/onuQos.h"
 #include "oltmgrd/configuration/document.h"
 #include "oltmgrd/services/serviceSide.h"
+#include "onuqos/entity/onuQos.h"
 #include "standin/hardware.h"
 
 namespace oltmgrd {

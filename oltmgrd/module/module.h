@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "entity/onuQosClassInterface.h"
+#include "onuqos/entity/onuQosClassInterface.h"
 
 namespace oltmgrd {
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 
 namespace oltmgrd {
 

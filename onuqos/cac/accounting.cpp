@@ -1,6 +1,6 @@
-#include "cac/ports.h"
-#include "entity/ruleResult.h"
-#include "rules/ledger.h"
+#include "onuqos/cac/ports.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/ledger.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "rules/admission.h"
+#include "onuqos/rules/admission.h"
 
 #include <algorithm>
 
-#include "cac/ports.h"
-#include "entity/onuQos.h"
+#include "onuqos/cac/ports.h"
+#include "onuqos/entity/onuQos.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "Diagnostics.h"
-#include "entity/onuQos.h"
-#include "rules/limits.h"
-#include "support/interfaceType.h"
-#include "support/log.h"
-#include "support/platformObject.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/limits.h"
+#include "onuqos/support/interfaceType.h"
+#include "onuqos/support/log.h"
+#include "onuqos/support/platformObject.h"
 
 namespace {
 

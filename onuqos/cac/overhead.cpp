@@ -1,7 +1,7 @@
-#include "rules/overhead.h"
+#include "onuqos/rules/overhead.h"
 
-#include "cac/ports.h"
-#include "entity/ruleResult.h"
+#include "onuqos/cac/ports.h"
+#include "onuqos/entity/onuQos.h"
 
 onuQos::onuQosRes onuQos::onuQosRatesOverheadGet(unsigned int onuIntf, unsigned int fixedRate,
                                                  unsigned int assuredRate, unsigned int& fixedOverhead,

@@ -2,8 +2,8 @@
 
 #include <map>
 
-#include "rules/cacTypes.h"
-#include "support/onu.h"
+#include "onuqos/rules/cacTypes.h"
+#include "onuqos/support/onu.h"
 
 /// The record of the port that serves an ONU; the end of the table, with a line, when the platform does not
 /// tell the port or it has no record.

@@ -1,8 +1,8 @@
 #include <cstdlib>
 
-#include "entity/CZqUtil.h"
-#include "entity/onuQos.h"
-#include "support/log.h"
+#include "onuqos/entity/CZqUtil.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/support/log.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "entity/onuQos.h"
-#include "support/interfaceType.h"
-#include "support/log.h"
-#include "support/platformObject.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/support/interfaceType.h"
+#include "onuqos/support/log.h"
+#include "onuqos/support/platformObject.h"
 
 namespace {
 

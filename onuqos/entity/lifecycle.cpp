@@ -3,12 +3,12 @@
 
 #include "BLLManager.h"
 #include "Features.h"
-#include "entity/onuQos.h"
 #include "onuEquipment.h"
-#include "rules/ledger.h"
-#include "support/features.h"
-#include "support/log.h"
-#include "support/platformObject.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/ledger.h"
+#include "onuqos/support/features.h"
+#include "onuqos/support/log.h"
+#include "onuqos/support/platformObject.h"
 
 using namespace boost::placeholders;
 

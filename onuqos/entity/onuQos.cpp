@@ -1,19 +1,18 @@
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 
 #include <cstdlib>
 
 #include "BLLManager.h"
 #include "Features.h"
 #include "Ports.h"
-#include "entity/onuQosClassInterface.h"
-#include "flow/fields.h"
-#include "rpc/dispatch.h"
-#include "rules/classLimits.h"
+#include "onuqos/entity/onuQosClassInterface.h"
+#include "onuqos/rules/classLimits.h"
+#include "onuqos/rules/flowRules.h"
+#include "onuqos/support/features.h"
+#include "onuqos/support/log.h"
+#include "onuqos/support/platformObject.h"
+#include "onuqos/support/sharedSingletons.h"
 #include "servprofile.h"
-#include "support/features.h"
-#include "support/log.h"
-#include "support/platformObject.h"
-#include "support/sharedSingletons.h"
 #include "zqbridge.h"
 
 template class singleton<onuQos>;

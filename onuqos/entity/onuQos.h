@@ -13,11 +13,12 @@
 #include "BLEntity.h"
 #include "Interfaces.h"
 #include "onuQosOMApi.h"
+#include "onuqos/rules/bindingTypes.h"
+#include "onuqos/rules/boundProfiles.h"
+#include "onuqos/rules/cacTypes.h"
+#include "onuqos/rules/result.h"
+#include "onuqos/rules/tContTypes.h"
 #include "rte/BLL/core/rpcProxy.h"
-#include "rules/bindingTypes.h"
-#include "rules/cacTypes.h"
-#include "rules/tContTypes.h"
-#include "service/boundProfiles.h"
 #include "servprofile.h"
 #include "singleton.h"
 
@@ -475,3 +476,21 @@ struct onuQosTables {
 };
 
 extern template class singleton<onuQos>;
+
+/// A verdict's result as the operations answer it.
+constexpr onuQos::onuQosRes resultOf(rules::Result result) {
+    return onuQos::onuQosRes{static_cast<std::int32_t>(result)};
+}
+
+static_assert(resultOf(rules::Result::ok) == onuQos::onuQosResOk &&
+              resultOf(rules::Result::error) == onuQos::onuQosResError &&
+              resultOf(rules::Result::outOfRange) == onuQos::onuQosResOutOfRange &&
+              resultOf(rules::Result::guarAbovePeak) == onuQos::onuQosResGuarAbovePeak &&
+              resultOf(rules::Result::rateError) == onuQos::onuQosResRateError &&
+              resultOf(rules::Result::duplicateTContId) == onuQos::onuQosResDuplicateTContId &&
+              resultOf(rules::Result::duplicateVirtualPortId) == onuQos::onuQosResDuplicateVirtualPortId &&
+              resultOf(rules::Result::wrongIntf) == onuQos::onuQosResWrongIntf &&
+              resultOf(rules::Result::duplicateOnuFlowProfile) == onuQos::onuQosResDuplicateOnuFlowProfile);
+
+/// The start routine of the module's RPC proxy, in rpc/: registers the program. Returns null.
+void* rpcOnuqosStart(void*);

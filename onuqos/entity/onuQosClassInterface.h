@@ -1,6 +1,6 @@
 #pragma once
 
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 
 /// The class interface of the module for a host that loads the library at run time and so cannot link to it.
 /// The host calls, for instance, `(module.entity.*module.onuQosServiceRemove)(intf, service)`.

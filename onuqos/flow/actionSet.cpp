@@ -1,5 +1,5 @@
-#include "entity/profileStore.h"
-#include "flow/fields.h"
+#include "onuqos/flow/fields.h"
+#include "onuqos/profiles/profileStore.h"
 
 namespace {
 

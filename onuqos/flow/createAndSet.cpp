@@ -1,5 +1,5 @@
-#include "flow/fields.h"
-#include "support/log.h"
+#include "onuqos/flow/fields.h"
+#include "onuqos/support/log.h"
 
 namespace {
 

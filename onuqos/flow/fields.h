@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "entity/onuQos.h"
-#include "rules/flowParms.h"
-#include "rules/flowRules.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/flowParms.h"
+#include "onuqos/rules/flowRules.h"
 
 /// What tells the four fields of an action apart. The bounds and defaults that depend on the bandwidth class
 /// are told by where they stand.

@@ -1,5 +1,5 @@
-#include "entity/profileStore.h"
-#include "flow/fields.h"
+#include "onuqos/flow/fields.h"
+#include "onuqos/profiles/profileStore.h"
 
 /// What a change of a rule comes to: an answer, or a rule that is pushed and then stored.
 struct FlowRuleStep {

@@ -1,4 +1,4 @@
-#include "rpc/conversions.h"
+#include "onuqos/rpc/conversions.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "rules/vlanBitmap.h"
+#include "onuqos/rules/vlanBitmap.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 
 /// Between the records of the wire and those of the module.
 namespace wire {

@@ -1,4 +1,4 @@
-#include "rpc/dispatch.h"
+#include "onuqos/rpc/dispatch.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,8 @@
 #include <tuple>
 #include <type_traits>
 
-#include "rpc/serverXdr.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rpc/serverXdr.h"
 #include "rte/BLL/core/rpcProxy.h"
 
 namespace {

@@ -22,6 +22,3 @@ std::span<const Procedure> onuqosProcedures();
 /// The dispatcher of program RPC_ONUQOS_PROG, version RPC_ONUQOS_VERS. Answers through the transport; one
 /// request at a time.
 void rpcOnuqosDispatch(struct svc_req* request, SVCXPRT* transport);
-
-/// The start routine of the module's RPC proxy: registers the program. Returns null.
-void* rpcOnuqosStart(void*);

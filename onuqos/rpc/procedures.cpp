@@ -2,7 +2,7 @@
 
 #include <type_traits>
 
-#include "rpc/api.h"
+#include "onuqos/rpc/api.h"
 
 namespace {
 

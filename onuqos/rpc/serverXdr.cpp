@@ -1,4 +1,4 @@
-#include "rpc/serverXdr.h"
+#include "onuqos/rpc/serverXdr.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
-#include "rpc/api.h"
-#include "rpc/conversions.h"
+#include "onuqos/rpc/api.h"
+#include "onuqos/rpc/conversions.h"
 
 namespace {
 

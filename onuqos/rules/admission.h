@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "rules/limits.h"
-#include "rules/overhead.h"
+#include "onuqos/rules/limits.h"
+#include "onuqos/rules/overhead.h"
 
 /// Whether the rates of a T-CONT still fit on a PON port: functions of their inputs alone. Rates in kbit/s.
 namespace rules {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "rules/bindingTypes.h"
-#include "rules/result.h"
+#include "onuqos/rules/bindingTypes.h"
+#include "onuqos/rules/result.h"
 
 /// What is true of the bindings of one ONU.
 namespace rules {

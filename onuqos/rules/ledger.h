@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "rules/cacTypes.h"
-#include "rules/overhead.h"
+#include "onuqos/rules/cacTypes.h"
+#include "onuqos/rules/overhead.h"
 
 /// The sums that bindings commit: the one place where they change, in 32-bit arithmetic. No limit is looked
 /// at.

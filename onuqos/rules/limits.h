@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "rules/cacTypes.h"
+#include "onuqos/rules/cacTypes.h"
 
 /// The limits of a PON port and what is missing where they are exceeded: functions of their inputs alone.
 /// Rates in kbit/s.

@@ -7,9 +7,9 @@
 #include <optional>
 #include <utility>
 
-#include "rules/classLimits.h"
-#include "rules/result.h"
-#include "rules/tContTypes.h"
+#include "onuqos/rules/classLimits.h"
+#include "onuqos/rules/result.h"
+#include "onuqos/rules/tContTypes.h"
 
 /// What is true of T-CONT types and their rates. Rates in kbit/s.
 namespace rules {

@@ -1,6 +1,6 @@
-#include "service/bindingAccount.h"
+#include "onuqos/service/bindingAccount.h"
 
-#include "support/onu.h"
+#include "onuqos/support/onu.h"
 
 onuQos::onuQosRes bindingAccount(onuQos& module, const char* operation, unsigned int onuIntf,
                                  const std::string& tContProfileName, const AccountChange& change) {

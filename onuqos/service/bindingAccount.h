@@ -1,6 +1,6 @@
 #pragma once
 
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 
 /// What the accounting of a binding changes beside its T-CONT.
 struct AccountChange {

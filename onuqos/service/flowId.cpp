@@ -1,5 +1,5 @@
-#include "entity/onuQos.h"
-#include "support/log.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/support/log.h"
 
 void onuQos::onuQosOMApiServiceNameGen(const std::string& onuFlowProfileName,
                                        const std::string& tContProfileName, std::string& bindingName) const {

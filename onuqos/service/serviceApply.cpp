@@ -1,8 +1,8 @@
-#include "entity/ruleResult.h"
-#include "rules/bindingRules.h"
-#include "rules/uniTypes.h"
-#include "service/bindingAccount.h"
-#include "support/onu.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/bindingRules.h"
+#include "onuqos/rules/uniTypes.h"
+#include "onuqos/service/bindingAccount.h"
+#include "onuqos/support/onu.h"
 
 namespace {
 

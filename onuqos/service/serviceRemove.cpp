@@ -1,6 +1,6 @@
-#include "rules/bindingRules.h"
-#include "service/bindingAccount.h"
-#include "support/onu.h"
+#include "onuqos/rules/bindingRules.h"
+#include "onuqos/service/bindingAccount.h"
+#include "onuqos/support/onu.h"
 
 namespace {
 

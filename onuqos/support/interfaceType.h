@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "Interfaces.h"
-#include "support/platformObject.h"
+#include "onuqos/support/platformObject.h"
 
 /// The type of an interface; nothing when the platform does not tell it.
 inline std::optional<Interfaces::interfaceType> interfaceTypeOf(unsigned int intf) {

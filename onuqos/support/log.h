@@ -4,7 +4,7 @@
 
 #include "BLLManager.h"
 #include "Log.h"
-#include "support/platformObject.h"
+#include "onuqos/support/platformObject.h"
 
 /// Where a log line comes from. Made from the operation's name where the helper is called.
 struct At {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "rules/result.h"
-#include "support/interfaceType.h"
-#include "support/log.h"
+#include "onuqos/rules/result.h"
+#include "onuqos/support/interfaceType.h"
+#include "onuqos/support/log.h"
 #include "zqOMApi.h"
 
 /// What the platform tells of an ONU.

@@ -1,4 +1,4 @@
-#include "support/sharedSingletons.h"
+#include "onuqos/support/sharedSingletons.h"
 
 #include <dlfcn.h>
 
@@ -12,8 +12,8 @@
 #include "Log.h"
 #include "Ports.h"
 #include "onuEquipment.h"
+#include "onuqos/support/features.h"
 #include "servprofile.h"
-#include "support/features.h"
 #include "zqbridge.h"
 
 namespace {

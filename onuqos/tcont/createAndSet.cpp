@@ -1,8 +1,8 @@
 #include <array>
 #include <span>
 
-#include "support/log.h"
-#include "tcont/rates.h"
+#include "onuqos/support/log.h"
+#include "onuqos/tcont/rates.h"
 
 namespace {
 

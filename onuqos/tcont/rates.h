@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "entity/onuQos.h"
-#include "rules/tContRules.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/tContRules.h"
 
 /// A rate of a T-CONT profile with its setter, and what create-and-set writes when it refuses it.
 struct TContRate {

@@ -1,8 +1,8 @@
 #include "Features.h"
-#include "entity/onuQos.h"
-#include "rules/tContRules.h"
-#include "support/features.h"
-#include "tcont/rates.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/tContRules.h"
+#include "onuqos/support/features.h"
+#include "onuqos/tcont/rates.h"
 
 void onuQos::onuTContProfileRatesSet() {
     for (const auto& [type, rates] : rules::kTContRateRules) {

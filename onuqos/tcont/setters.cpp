@@ -1,6 +1,5 @@
-#include "entity/profileStore.h"
-#include "entity/ruleResult.h"
-#include "tcont/rates.h"
+#include "onuqos/profiles/profileStore.h"
+#include "onuqos/tcont/rates.h"
 
 namespace {
 

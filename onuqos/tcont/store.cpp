@@ -1,6 +1,6 @@
-#include "entity/onuQos.h"
-#include "entity/profileStore.h"
-#include "support/log.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/profiles/profileStore.h"
+#include "onuqos/support/log.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "common/errors.h"
-#include "rules/vlanBitmap.h"
+#include "onuqos/rules/vlanBitmap.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "moduleTest.h"
-#include "rules/admission.h"
-#include "rules/limits.h"
-#include "rules/overhead.h"
+#include "onuqos/rules/admission.h"
+#include "onuqos/rules/limits.h"
+#include "onuqos/rules/overhead.h"
 
 // Bandwidth admission control: the functions of rates and sums, the accounting, the checks and the alarm.
 

@@ -1,5 +1,5 @@
-#include "entity/CZqUtil.h"
 #include "moduleTest.h"
+#include "onuqos/entity/CZqUtil.h"
 
 // The entity: events, defaults, the end of a configuration apply, dumps and messages.
 

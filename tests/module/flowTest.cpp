@@ -1,5 +1,5 @@
 #include "moduleTest.h"
-#include "rules/flowParms.h"
+#include "onuqos/rules/flowParms.h"
 
 // ONU flow profiles: rule and action operations, create-and-set and copy.
 

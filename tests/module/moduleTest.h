@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Features.h"
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
 #include "standin/alarms.h"
 #include "standin/calls.h"
 #include "standin/faults.h"

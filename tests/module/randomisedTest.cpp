@@ -4,7 +4,7 @@
 
 #include "BLLManager.h"
 #include "moduleTest.h"
-#include "rules/overhead.h"
+#include "onuqos/rules/overhead.h"
 
 namespace {
 

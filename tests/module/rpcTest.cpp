@@ -5,9 +5,9 @@
 #include <type_traits>
 
 #include "moduleTest.h"
-#include "rpc/conversions.h"
-#include "rpc/dispatch.h"
-#include "rules/vlanBitmap.h"
+#include "onuqos/rpc/conversions.h"
+#include "onuqos/rpc/dispatch.h"
+#include "onuqos/rules/vlanBitmap.h"
 
 // The dispatcher and the wire. What travels is written down byte by byte (XDR, RFC 4506).
 

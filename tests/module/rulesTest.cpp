@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "rules/tContRules.h"
+#include "onuqos/rules/tContRules.h"
 
 namespace {
 

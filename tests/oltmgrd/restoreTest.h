@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "../module/moduleTest.h"
-#include "entity/onuQosClassInterface.h"
 #include "oltmgrd/configuration/restore.h"
 #include "oltmgrd/configuration/snapshot.h"
 #include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/services/serviceSide.h"
+#include "onuqos/entity/onuQosClassInterface.h"
 
 /// The module with the platform's service side, which can be saved, emptied and restored.
 class RestoreTest : public ModuleTest {

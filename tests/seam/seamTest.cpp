@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "entity/onuQosClassInterface.h"
 #include "minimalPlatform.h"
-#include "rpc/api.h"
+#include "onuqos/entity/onuQosClassInterface.h"
+#include "onuqos/rpc/api.h"
 
 // libtirpc loses 16 bytes whenever it registers a program and no portmapper answers.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the leak sanitizer's own name

@@ -24,8 +24,9 @@ TABLE = {
     "onuqos/support": ["onuqos/rules", "platform/include"],
 
     "onuqos/entity": ["onuqos/rules", "onuqos/support", "platform/include", "rte/BLL/core"],
+    "onuqos/profiles": ["onuqos/rules", "onuqos/support", "onuqos/entity/onuQos.h", "platform/include"],
     **dict.fromkeys(["onuqos/tcont", "onuqos/flow", "onuqos/cac", "onuqos/service"],
-                    ["onuqos/rules", "onuqos/support", "onuqos/entity/onuQos.h", "platform/include"]),
+                    ["onuqos/rules", "onuqos/support", "onuqos/entity/onuQos.h", "onuqos/profiles", "platform/include"]),
     "onuqos/rpc": ["onuqos/rules", "onuqos/entity/onuQos.h", "rte/BLL/core"],
 
     "oltmgrd/files": ["common"],
@@ -34,12 +35,13 @@ TABLE = {
     "oltmgrd/platform": ["common", "oltmgrd/commands", "oltmgrd/files"],
     "oltmgrd/platform/standin": ["common", "oltmgrd/commands", "oltmgrd/files", "oltmgrd/platform",
                                  "platform/standin/include"],
-    "oltmgrd/rpc": ["common", "oltmgrd/platform", "rte/BLL/core"],
+    "oltmgrd/rpc": ["common", "oltmgrd/files", "oltmgrd/platform", "rte/BLL/core"],
     "clients/onuqosctl": ["common", "onuqos/rules"],
     "clients/oltctl": ["common", "common/commands", "onuqos/rules"],
 
     "oltmgrd/services": ["common", "oltmgrd/module", "oltmgrd/platform"],
-    "oltmgrd/configuration": ["common", "oltmgrd/files", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
+    "oltmgrd/configuration": ["common", "onuqos/rules", "onuqos/entity/onuQos.h", "platform/include/BLLManager.h",
+                              "oltmgrd/files", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
     "oltmgrd/observe": ["common", "onuqos/rules", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
 
     "oltmgrd/control": ["common", "common/commands", *("oltmgrd/" + part for part in DAEMON)],
@@ -47,10 +49,10 @@ TABLE = {
     "oltmgrd/web": ["common", "oltmgrd/observe"],
     "clients/onuqosplan": ["common", "onuqos/rules", "oltmgrd/files", "oltmgrd/configuration"],
 
-    "oltmgrd/process": ["common", *("oltmgrd/" + part for part in DAEMON), "oltmgrd/platform/standin",
+    "oltmgrd/process": ["common", "platform/include/Log.h", *("oltmgrd/" + part for part in DAEMON), "oltmgrd/platform/standin",
                         "oltmgrd/control", "oltmgrd/http", "oltmgrd/web"],
 }
-ROOTS = ["", "onuqos", "platform/include", "platform/standin/include"]  # where the compiler looks
+ROOTS = ["", "platform/include", "platform/standin/include"]  # where the compiler looks
 FREE = ["tests", "fuzz", "bench"]  # these may include anything
 
 

@@ -3,10 +3,10 @@
 #include <map>
 #include <string>
 
-#include "entity/onuQos.h"
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/support/log.h"
+#include "onuqos/support/platformObject.h"
 #include "servprofile.h"
-#include "support/log.h"
-#include "support/platformObject.h"
 
 /// What the two families of profiles have in common: create, delete, rename, change and the read operations.
 /// The families differ in what they log, which a `StoreOperation` tells, and in the platform calls they hand
