@@ -7,81 +7,51 @@
 
 #include "oltmgrd/files/jsonText.h"
 #include "oltmgrd/platform/serviceProfile.h"
+#include "oltmgrd/services/profileValues.h"
+#include "oltmgrd/services/serviceSide.h"
 
 namespace oltmgrd {
 
-/// What a T-CONT profile commits when it is bound. Rates in kbit/s. The defaults are those of a new profile.
-struct TContShape {
-    std::uint32_t tContId = 1;
-    std::int32_t tContType = 5;
-    std::uint32_t fixedRate = 0;
-    std::uint32_t assuredRate = 0;
-    std::uint32_t maximumRate = 256;
+/// Of the files that are written. Version 1 did not have what a flow profile held when it was bound, nor the
+/// alarms of ports.
+inline constexpr int kConfigurationVersion = 2;
 
-    friend bool operator==(const TContShape&, const TContShape&) = default;
-};
-
-/// What both families of profiles have. A profile is normally applied on the interfaces where it is bound;
-/// removing one of two equal bindings, and renaming a bound profile, make these differ.
+template <typename Values>
 struct SavedProfile {
     std::string name;
-    std::vector<std::uint32_t> appliedAlso;  ///< interfaces without a binding of it, ascending
-    std::vector<std::uint32_t> appliedNot;   ///< interfaces with one, ascending
+    Values values;
+    /// Interfaces where it is applied but not bound, or bound but not applied, ascending: renaming a bound
+    /// profile, and removing one of two equal bindings, make such.
+    std::vector<std::uint32_t> appliedOtherwise{};
 
     friend bool operator==(const SavedProfile&, const SavedProfile&) = default;
 };
 
-struct SavedTContProfile : SavedProfile {
-    TContShape shape;
-    std::int32_t dbaAllocType = 2;
-    std::uint32_t dbaWeight = 1;
-    std::uint32_t dbaPriority = 0;
-    // A new profile is announced to the hardware layer without SR-DBA values; it learns them as they are set.
-    bool allocTypePushed = false;
-    bool weightPushed = false;
-
-    friend bool operator==(const SavedTContProfile&, const SavedTContProfile&) = default;
-};
-
-inline constexpr std::uint32_t kNoPcp = 0xFFFFFFFF;
-
-struct SavedFlowProfile : SavedProfile {
-    std::uint32_t cPcp = kNoPcp;
-    std::vector<std::uint16_t> cVlan;  ///< in the order in which the module keeps them
-    std::uint32_t guarRateUs = 0;
-    std::uint32_t peakRateUs = 0;
-    std::uint32_t flowPriorityUs = 0;
-    std::uint32_t flowPriorityDs = 0;
-    // The rule of a copied profile is not told to the hardware layer.
-    bool cPcpPushed = true;
-    bool cVlanPushed = true;
-
-    friend bool operator==(const SavedFlowProfile&, const SavedFlowProfile&) = default;
-};
-
-struct TermPoint {
-    std::int32_t type = 0;  ///< the module looks at it only when it pushes the binding: any number
-    std::int16_t id = 0;
-
-    friend bool operator==(const TermPoint&, const TermPoint&) = default;
-};
+using SavedTContProfile = SavedProfile<TContValues>;
+using SavedFlowProfile = SavedProfile<FlowValues>;
 
 /// Instead of a profile's place: it was deleted while bound.
 inline constexpr std::size_t kDeleted = static_cast<std::size_t>(-1);
 
+template <typename Values>
+struct SavedBound {
+    std::string name;              ///< when it was bound
+    std::size_t place = kDeleted;  ///< as it is now, among the profiles of the document
+    /// What it held when it was bound, where that is not what it holds now.
+    std::optional<Values> atBinding{};
+
+    friend bool operator==(const SavedBound&, const SavedBound&) = default;
+};
+
 struct SavedBinding {
     std::uint32_t interface = 0;
     std::string service;
-    std::string flowProfile;  ///< the profiles' names when they were bound
-    std::string tcontProfile;
+    SavedBound<FlowValues> flow{};
+    SavedBound<TContValues> tcont{};
     std::uint32_t virtualPort = 0;
-    TermPoint termPoint;
-    std::size_t flow = kDeleted;   ///< the profile as it is now, in `ConfigurationDocument::flowProfiles`
-    std::size_t tcont = kDeleted;  ///< likewise in `tcontProfiles`
-    TContShape shape;              ///< of the T-CONT profile when it was bound
-    // What the hardware layer was told, where that is another: of equal bindings only the first is pushed.
+    TermPoint termPoint{};
+    /// What the hardware layer was given, where that is another: equal bindings share that of the first.
     std::optional<TermPoint> pushedTermPoint{};
-    std::optional<std::uint32_t> pushedTContId{};
 
     friend bool operator==(const SavedBinding&, const SavedBinding&) = default;
 };
@@ -91,6 +61,7 @@ struct SavedPort {
     std::uint32_t interface = 0;
     std::uint32_t fixedAlloc = 0;
     std::uint32_t assuredAlloc = 0;
+    std::optional<bool> alarm{};  ///< of over-commitment, raised; nothing when it is not known
 
     friend bool operator==(const SavedPort&, const SavedPort&) = default;
 };
@@ -106,14 +77,9 @@ struct ConfigurationDocument {
     friend bool operator==(const ConfigurationDocument&, const ConfigurationDocument&) = default;
 };
 
-/// Reads a parsed configuration. Throws `JsonError`, also for a profile or binding that stands there twice
-/// and for a binding whose profiles do not stand there.
+/// Reads a parsed configuration, of this version or an earlier one. Throws `JsonError`, also for a profile or
+/// binding that appears twice and for a binding whose profiles are not there.
 ConfigurationDocument readConfiguration(const Json& json);
-
-/// An entry as it stands in a configuration file.
-Json entryJson(const SavedTContProfile& profile);
-Json entryJson(const SavedFlowProfile& profile);
-Json entryJson(const SavedBinding& binding, const ConfigurationDocument& document);
 
 /// The text of a configuration file: JSON, a line for each entry, members with their defaults left out.
 std::string configurationText(const ConfigurationDocument& document);

@@ -1,366 +1,145 @@
 #include "oltmgrd/configuration/restore.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
-#include <string_view>
-#include <unordered_map>
+#include <type_traits>
 #include <utility>
 
-#include "oltmgrd/configuration/restoreCheck.h"
-#include "oltmgrd/configuration/restoreProfiles.h"
-#include "oltmgrd/configuration/snapshot.h"
-#include "standin/hardware.h"
+#include "common/text.h"
+#include "oltmgrd/configuration/profileSteps.h"
+#include "oltmgrd/configuration/restorePlan.h"
 
 namespace oltmgrd {
 namespace {
 
-using Interface = onuQosClassInterface;
+using common::inQuotes;
 
-/// A beginning that no name of the configuration has, for the names that restoring needs for itself.
-std::string unusedPrefix(const ConfigurationDocument& document) {
-    for (unsigned int attempt = 0;; ++attempt) {
-        const std::string prefix = "restore" + std::to_string(attempt) + "~";
-        const auto isUsed = [&](std::string_view name) { return name.starts_with(prefix); };
-        const auto bindingUses = [&](const SavedBinding& binding) {
-            return isUsed(binding.service) || isUsed(binding.flowProfile) || isUsed(binding.tcontProfile);
-        };
-        if (std::ranges::none_of(document.tcontProfiles, isUsed, &SavedProfile::name) &&
-            std::ranges::none_of(document.flowProfiles, isUsed, &SavedProfile::name) &&
-            std::ranges::none_of(document.bindings, bindingUses)) {
-            return prefix;
-        }
+std::string reason(Result result) {
+    const std::string name(resultName(result));
+    switch (result) {
+        case onuQos::onuQosResWrongIntf:
+            return "there is no such ONU (" + name + ")";
+        case onuQos::onuQosResNotFound:
+            return "a profile of it could not be made (" + name + ")";
+        case onuQos::onuQosResError:
+        case onuQos::onuQosResOMApiRefused:
+            return "the platform refused a step; the log says which (" + name + ")";
+        default:
+            return "the module refused a step (" + name + ")";
     }
 }
 
-/// Rebuilds the profiles and bindings of a document. The bindings are applied in the order of their first
-/// application, each to profiles that bear the names and hold the values that they had then.
-class Restoring {
+/// The profiles of one family while a plan is carried out.
+template <typename Values>
+class Profiles {
 public:
-    Restoring(const onuQosClassInterface& module, const ConfigurationDocument& document,
-              RestoreReport& report)
-        : module_(module),
-          document_(document),
-          report_(report),
-          prefix_(unusedPrefix(document)),
-          tconts_(module, document, prefix_, report.lost),
-          flows_(module, document, prefix_, report.lost) {}
+    using Planned = PlannedProfile<Values>;
 
-    void run() {
-        planErasures(document_.tcontProfiles, &SavedBinding::tcont, &Erasure::tcont);
-        planErasures(document_.flowProfiles, &SavedBinding::flow, &Erasure::flow);
-        planExtras();
-        restoreAppliedAlso();
-        for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
-            removeExtras(i);
-            const SavedBinding& binding = document_.bindings[i];
-            if (carryOut(described(binding), [&] { bind(i); })) {
-                report_.bindings += 1;
-            } else {
-                lostBindings_.insert(i);
-            }
-            services_.push_back(applied(binding));  // a step that fails late leaves the binding in place
-        }
-        removeExtras(document_.bindings.size());
-        finishProfiles();
-    }
-
-    /// The bindings in order, with the serials of their profiles.
-    std::vector<AppliedService> takeServices() {
-        const auto tconts = serials(tconts_, document_.tcontProfiles.size(), standin::hardware::tContProfile);
-        const auto flows = serials(flows_, document_.flowProfiles.size(), standin::hardware::flowProfile);
-        for (AppliedService& service : services_) {
-            service.tcontSerial = service.tcontSerial == kDeleted ? kGone : tconts[service.tcontSerial];
-            service.flowSerial = service.flowSerial == kDeleted ? kGone : flows[service.flowSerial];
-        }
-        return std::move(services_);
-    }
-
-    const RestoredProfiles& tconts() const { return tconts_; }
-    const RestoredProfiles& flows() const { return flows_; }
-    const std::set<std::size_t>& lostBindings() const { return lostBindings_; }
-
-private:
-    static constexpr std::size_t kNoMore = static_cast<std::size_t>(-1);
-
-    /// From which applied sets an interface is taken again once a binding stands.
-    struct Erasure {
-        bool tcont = false;
-        bool flow = false;
-    };
-
-    std::size_t tcontOf(const SavedBinding& binding) const {
-        return binding.tcont == kDeleted ? tconts_.extra() : binding.tcont;
-    }
-    std::size_t flowOf(const SavedBinding& binding) const {
-        return binding.flow == kDeleted ? flows_.extra() : binding.flow;
-    }
-
-    /// False when `work` was refused; that is reported as a loss of `entry`.
-    template <typename Work>
-    bool carryOut(const std::string& entry, Work work) {
-        try {
-            work();
-            return true;
-        } catch (const Refused& refusal) {
-            report_.lost.push_back(entry + ": " + refusal.what());
-            return false;
+    Profiles(const onuQosClassInterface& module, const std::vector<Planned>& planned, RestoreReport& report)
+        : module_(module), planned_(planned), report_(report), isMade_(planned.size()) {
+        while (std::ranges::find(planned, otherName_, &Planned::name) != planned.end()) {
+            otherName_ += "~";
         }
     }
 
-    Result apply(std::uint32_t interface, const std::string& service, const std::string& flow,
-                 const std::string& tcont, std::uint32_t virtualPort, TermPoint point) {
-        return call<&Interface::onuQosServiceApply>(module_, interface, service, flow, tcont, virtualPort,
-                                                    static_cast<servprofile::onuTermPointType>(point.type),
-                                                    point.id);
-    }
+    const Planned& operator[](std::size_t place) const { return planned_[place]; }
 
-    /// The name of services that are applied only for what they leave behind.
-    std::string passingService() const { return prefix_; }
-
-    /// Finds the last binding of each profile on each interface where the profile is not applied in the end.
-    template <typename Profile>
-    void planErasures(const std::vector<Profile>& profiles, std::size_t SavedBinding::*use,
-                      bool Erasure::*erased) {
-        std::map<std::pair<std::size_t, std::uint32_t>, std::size_t> last;
-        for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
-            const SavedBinding& binding = document_.bindings[i];
-            const std::size_t place = binding.*use;
-            if (place != kDeleted &&
-                std::ranges::binary_search(profiles[place].appliedNot, binding.interface)) {
-                last[{place, binding.interface}] = i;
-            }
-        }
-        for (const auto& [profile, i] : last) {
-            erasures_[i].*erased = true;
-        }
-    }
-
-    /// Finds how many bindings have to be there before the extra profiles are not needed any more.
-    void planExtras() {
-        for (std::size_t i = 0; i < document_.bindings.size(); ++i) {
-            if (document_.bindings[i].tcont == kDeleted || document_.bindings[i].pushedTContId) {
-                extraTContUses_ = i + 1;
-            }
-            if (document_.bindings[i].flow == kDeleted) {
-                extraFlowUses_ = i + 1;
-            }
-        }
-    }
-
-    /// Puts the interfaces without a binding into the applied sets: a passing service puts them in, and its
-    /// removal does not find the profile, which has another name by then. It finds the extra T-CONT profile
-    /// instead, which takes the same rates off the port as were put on it.
-    void restoreAppliedAlso() {
-        for (std::size_t place = 0; place < document_.tcontProfiles.size(); ++place) {
-            const auto& interfaces = document_.tcontProfiles[place].appliedAlso;
-            if (!interfaces.empty()) {
-                carryOut(tconts_.described(place), [&] { applyTContAlso(place, interfaces); });
-            }
-        }
-        for (std::size_t place = 0; place < document_.flowProfiles.size(); ++place) {
-            const auto& interfaces = document_.flowProfiles[place].appliedAlso;
-            if (!interfaces.empty()) {
-                carryOut(flows_.described(place), [&] { applyFlowAlso(place, interfaces); });
-            }
-        }
-        removeExtras(0);
-    }
-
-    void applyTContAlso(std::size_t place, const std::vector<std::uint32_t>& interfaces) {
-        const std::string name = prefix_ + "tcont";
-        tconts_.make(tconts_.extra());
-        flows_.make(flows_.extra());
-        tconts_.make(place);
-        tconts_.moveTo(place, name);
-        const auto passed = applyPassing(interfaces, flows_.nameOf(flows_.extra()), name);
-        tconts_.moveTo(tconts_.extra(), name);
-        removePassing(passed);
-        tconts_.moveHome(tconts_.extra());
-    }
-
-    void applyFlowAlso(std::size_t place, const std::vector<std::uint32_t>& interfaces) {
-        const std::string name = prefix_ + "flow";
-        tconts_.make(tconts_.extra());
-        flows_.make(place);
-        flows_.moveTo(place, name);
-        const auto passed = applyPassing(interfaces, name, tconts_.nameOf(tconts_.extra()));
-        flows_.moveHome(place);
-        removePassing(passed);
-    }
-
-    /// The interfaces on which the service could be applied. The check at the end finds the others.
-    std::vector<std::uint32_t> applyPassing(const std::vector<std::uint32_t>& interfaces,
-                                            const std::string& flow, const std::string& tcont) {
-        std::vector<std::uint32_t> passed;
-        for (const std::uint32_t interface : interfaces) {
-            if (apply(interface, passingService(), flow, tcont, 0, {}) == onuQos::onuQosResOk) {
-                passed.push_back(interface);
-            }
-        }
-        return passed;
-    }
-
-    void removePassing(const std::vector<std::uint32_t>& interfaces) {
-        for (const std::uint32_t interface : interfaces) {
-            require(call<&Interface::onuQosServiceRemove>(module_, interface, passingService()),
-                    "removing a passing service of interface " + std::to_string(interface));
-        }
-    }
-
-    void bind(std::size_t index) {
-        const SavedBinding& binding = document_.bindings[index];
-        const std::size_t tcont = tcontOf(binding);
-        const std::size_t flow = flowOf(binding);
-        flows_.make(flow);
-        tconts_.shapeTo(tcont, binding.shape);
-        flows_.moveTo(flow, binding.flowProfile);
-        tconts_.moveTo(tcont, binding.tcontProfile);
-        clearConflicts(binding);
-
-        const auto erasure = erasures_.find(index);
-        const bool passes = erasure != erasures_.end() || binding.pushedTermPoint || binding.pushedTContId;
-        if (binding.pushedTermPoint || binding.pushedTContId) {
-            applyFirstOfEqual(binding);
-        }
-        const Result result = apply(binding.interface, binding.service, binding.flowProfile,
-                                    binding.tcontProfile, binding.virtualPort, binding.termPoint);
-        if (result == onuQos::onuQosResOk) {
-            noteName(binding);
-        }
-        if (passes) {
-            passOver(binding, erasure == erasures_.end() ? Erasure{} : erasure->second);
-        }
-        require(result, "applying");
-    }
-
-    /// Of equal bindings only the first is pushed, with its own termination point and the id that the profile
-    /// of that name had at the time. A passing service stands in for it.
-    void applyFirstOfEqual(const SavedBinding& binding) {
-        if (binding.pushedTContId) {
-            TContShape pushed = binding.shape;
-            pushed.tContId = *binding.pushedTContId;
-            tconts_.shapeTo(tconts_.extra(), pushed);
-            tconts_.moveTo(tconts_.extra(), binding.tcontProfile);
-        }
-        require(apply(binding.interface, passingService(), binding.flowProfile, binding.tcontProfile,
-                      binding.virtualPort, binding.pushedTermPoint.value_or(binding.termPoint)),
-                "applying");
-        tconts_.shapeTo(tcontOf(binding), binding.shape);
-        tconts_.moveTo(tcontOf(binding), binding.tcontProfile);
-    }
-
-    /// Applies an equal binding and removes it, which takes the interface out of the applied sets of those
-    /// profiles that still bear the names of the binding.
-    void passOver(const SavedBinding& binding, Erasure erasure) {
-        require(apply(binding.interface, passingService(), binding.flowProfile, binding.tcontProfile,
-                      binding.virtualPort, binding.termPoint),
-                "applying a passing service");
-        if (!erasure.tcont) {
-            tconts_.moveHome(tcontOf(binding));
-        }
-        if (!erasure.flow) {
-            flows_.moveHome(flowOf(binding));
-        }
-        require(call<&Interface::onuQosServiceRemove>(module_, binding.interface, passingService()),
-                "removing a passing service");
-    }
-
-    /// Sends profiles home that stand in the way of a binding as they did not at the time: those with its
-    /// T-CONT id that bear a name under which the ONU has another T-CONT profile bound.
-    void clearConflicts(const SavedBinding& binding) {
-        const auto names = tcontNames_.find(binding.interface);
-        if (names == tcontNames_.end()) {
+    void make(std::size_t place) {
+        if (isMade_[place]) {
             return;
         }
-        for (const std::string& name : names->second) {
-            const auto bearer = tconts_.bearerOf(name);
-            if (name != binding.tcontProfile && bearer &&
-                tconts_.shapeOf(*bearer).tContId == binding.shape.tContId) {
-                tconts_.moveHome(*bearer);
-            }
+        isMade_[place] = true;
+        const Planned& profile = planned_[place];
+        // Renaming reaches names that creating refuses, and that bindings have already.
+        const bool isRenamed =
+            profile.name.empty() || profile.name.size() > kProfileNameMax || profile.passes;
+        Result result = makeProfile(module_, isRenamed ? otherName_ : profile.name, profile.values);
+        if (isRenamed && rename(otherName_, profile.name) != onuQos::onuQosResOk) {
+            erase(otherName_);
+            result = onuQos::onuQosResError;
+        }
+        require(result, place);
+        report_.profiles += result == onuQos::onuQosResOk && !profile.passes ? 1 : 0;
+    }
+
+    /// Deletes a profile that passes; an empty name cannot be deleted.
+    void letPass(std::size_t place) {
+        const std::string& name = planned_[place].name;
+        if (planned_[place].passes) {
+            const bool isRenamed = rename(name, otherName_) == onuQos::onuQosResOk;
+            require(erase(isRenamed ? otherName_ : name), place);
+            isMade_[place] = false;
         }
     }
 
-    void noteName(const SavedBinding& binding) {
-        auto& names = tcontNames_[binding.interface];
-        if (std::ranges::find(names, binding.tcontProfile) == names.end()) {
-            names.push_back(binding.tcontProfile);
-        }
+private:
+    static constexpr bool kAreFlows = std::is_same_v<Values, FlowValues>;
+
+    Result rename(const std::string& name, const std::string& to) {
+        constexpr auto kRename = kAreFlows ? &onuQosClassInterface::onuFlowProfileRename
+                                           : &onuQosClassInterface::tContProfileRename;
+        return call<kRename>(module_, name, to);
     }
 
-    /// Deletes the extra profiles once no binding from `index` on needs them: there may be no room for them
-    /// beside the saved ones.
-    void removeExtras(std::size_t index) {
-        removeExtra(tconts_, extraTContUses_, index);
-        removeExtra(flows_, extraFlowUses_, index);
+    Result erase(const std::string& name) {
+        constexpr auto kDelete = kAreFlows ? &onuQosClassInterface::onuFlowProfileDelete
+                                           : &onuQosClassInterface::tContProfileDelete;
+        return call<kDelete>(module_, name);
     }
 
-    void removeExtra(RestoredProfiles& profiles, std::size_t& uses, std::size_t index) {
-        if (uses <= index) {
-            uses = kNoMore;
-            carryOut("a profile that was deleted while bound", [&] { profiles.remove(profiles.extra()); });
+    void require(Result result, std::size_t place) {
+        if (result != onuQos::onuQosResOk) {
+            report_.lost.push_back((kAreFlows ? "flow profile " : "T-CONT profile ") +
+                                   inQuotes(planned_[place].name) + ": " + reason(result));
         }
-    }
-
-    /// Makes the profiles that no binding needed, and gives all their names and values of today.
-    void finishProfiles() {
-        for (std::size_t place = 0; place < document_.tcontProfiles.size(); ++place) {
-            const SavedTContProfile& saved = document_.tcontProfiles[place];
-            finish(tconts_, place, saved.name, [&] { tconts_.shapeTo(place, saved.shape); });
-        }
-        for (std::size_t place = 0; place < document_.flowProfiles.size(); ++place) {
-            finish(flows_, place, document_.flowProfiles[place].name, [&] { flows_.make(place); });
-        }
-    }
-
-    template <typename Make>
-    void finish(RestoredProfiles& profiles, std::size_t place, const std::string& name, Make make) {
-        try {
-            make();
-            profiles.moveTo(place, name);
-            report_.profiles += profiles.isLost(place) ? 0 : 1;
-        } catch (const Refused& refusal) {
-            profiles.lose(place, refusal.what());
-        }
-    }
-
-    template <typename Find>
-    static std::vector<std::uint64_t> serials(const RestoredProfiles& profiles, std::size_t count,
-                                              Find find) {
-        std::vector<std::uint64_t> serials;
-        for (std::size_t place = 0; place < count; ++place) {
-            const auto profile = find(profiles.nameOf(place));
-            serials.push_back(profile ? profile->serial : 0);
-        }
-        return serials;
-    }
-
-    static AppliedService applied(const SavedBinding& binding) {
-        return {.interface = binding.interface,
-                .service = binding.service,
-                .flowProfile = binding.flowProfile,
-                .tcontProfile = binding.tcontProfile,
-                .virtualPort = binding.virtualPort,
-                .termPoint = binding.termPoint,
-                .flowSerial = binding.flow,  // its place for now
-                .tcontSerial = binding.tcont,
-                .shape = binding.shape};
     }
 
     const onuQosClassInterface& module_;
-    const ConfigurationDocument& document_;
+    const std::vector<Planned>& planned_;
     RestoreReport& report_;
-    std::string prefix_;
-    RestoredTContProfiles tconts_;
-    RestoredFlowProfiles flows_;
-    std::size_t extraTContUses_ = 0;  // how many bindings have to be there before it is not needed
-    std::size_t extraFlowUses_ = 0;
-    std::unordered_map<std::size_t, Erasure> erasures_;                       // by binding
-    std::unordered_map<std::uint32_t, std::vector<std::string>> tcontNames_;  // bound on each ONU
-    std::vector<AppliedService> services_;
-    std::set<std::size_t> lostBindings_;
+    std::string otherName_ = "restoring";
+    std::vector<bool> isMade_;
 };
+
+void carryOut(const RestorePlan& plan, const onuQosClassInterface& module,
+              const ConfigurationDocument& document, ServiceSide& services, RestoreReport& report) {
+    Profiles<FlowValues> flows(module, plan.flows, report);
+    Profiles<TContValues> tconts(module, plan.tconts, report);
+    for (const bool passes : {true, false}) {
+        for (std::size_t i = 0; i < plan.bindings.size(); ++i) {
+            const auto& [flow, tcont, termPoint] = plan.bindings[i];
+            if ((flows[flow].passes || tconts[tcont].passes) != passes) {
+                continue;
+            }
+            flows.make(flow);
+            tconts.make(tcont);
+            const SavedBinding& saved = document.bindings[i];
+            const Result result = services.apply({.interface = saved.interface,
+                                                  .service = saved.service,
+                                                  .flowProfile = flows[flow].name,
+                                                  .tcontProfile = tconts[tcont].name,
+                                                  .virtualPort = saved.virtualPort,
+                                                  .termPoint = termPoint,
+                                                  .order = i + 1});
+            if (result == onuQos::onuQosResOk) {
+                report.bindings += 1;
+            } else {
+                report.lost.push_back(described(saved) + ": " + reason(result));
+            }
+            flows.letPass(flow);
+            tconts.letPass(tcont);
+        }
+    }
+    for (std::size_t i = 0; i < document.flowProfiles.size(); ++i) {
+        flows.make(i);
+    }
+    for (std::size_t i = 0; i < document.tcontProfiles.size(); ++i) {
+        tconts.make(i);
+    }
+}
+
+std::string change(std::uint32_t before, std::uint32_t now) {
+    return std::to_string(now) + " instead of " + std::to_string(before);
+}
 
 /// Adds the service profiles; the module's profiles that they name can be neither renamed nor deleted now.
 void addServiceProfiles(const ConfigurationDocument& document, Host& host, RestoreReport& report) {
@@ -369,7 +148,7 @@ void addServiceProfiles(const ConfigurationDocument& document, Host& host, Resto
             host.addServiceProfile(profile);
             report.serviceProfiles += 1;
         } catch (const HostError& error) {
-            report.lost.push_back("service profile " + quoted(profile.name) + ": " + error.what());
+            report.lost.push_back("service profile " + inQuotes(profile.name) + ": " + error.what());
         }
     }
 }
@@ -380,22 +159,43 @@ RestoreReport restoreConfiguration(const onuQosClassInterface& module, const Con
                                    ServiceSide& services, Host& host) {
     const auto begin = std::chrono::steady_clock::now();
     RestoreReport report;
-    Restoring restoring(module, document, report);
-    restoring.run();
-
-    services.adopt(restoring.takeServices());
+    RestorePlan plan = planRestore(document);
+    report.differences = std::move(plan.differences);
+    carryOut(plan, module, document, services, report);
     addServiceProfiles(document, host, report);
-
-    ConfigurationState state;
-    if (captureConfiguration(module, services, host, state)) {
-        compareRestored(document, documentOf(state), restoring.tconts(), restoring.flows(),
-                        restoring.lostBindings(), report);
-    } else {
-        report.lost.emplace_back("what was restored could not be read back: the lock was not obtained");
-    }
     report.duration =
         std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
     return report;
+}
+
+void comparePorts(const ConfigurationDocument& document, const onuQosClassInterface& module,
+                  RestoreReport& report) {
+    onuQosTables tables;
+    if (call<&onuQosClassInterface::onuQosTablesGet>(module, tables) != onuQos::onuQosResOk) {
+        report.lost.emplace_back("what was restored could not be read back: the lock was not obtained");
+        return;
+    }
+    const auto told = [&](const SavedPort& port, const std::string& text) {
+        report.differences.push_back("port " + std::to_string(port.interface) + ": " + text);
+    };
+    for (const SavedPort& before : document.ports) {
+        const auto found = tables.onuQosOltCacMap.find(before.interface);
+        if (found == tables.onuQosOltCacMap.end()) {
+            told(before, "is not in the inventory any more");
+            continue;
+        }
+        const auto& [interface, now] = *found;
+        if (now.fixedAlloc != before.fixedAlloc || now.assuredAlloc != before.assuredAlloc) {
+            told(before, "commits " + change(before.fixedAlloc, now.fixedAlloc) + " kbit/s fixed and " +
+                             change(before.assuredAlloc, now.assuredAlloc) +
+                             " kbit/s assured: its services are accounted for anew, in their order");
+        }
+        if (const bool isRaised = tables.onuQosOltCacAlarmMap.at(interface);
+            isRaised != before.alarm.value_or(isRaised)) {
+            told(before, std::string("its alarm is ") + (isRaised ? "raised" : "not raised") +
+                             " now: it is decided anew");
+        }
+    }
 }
 
 }  // namespace oltmgrd

@@ -17,15 +17,21 @@ struct RestoreReport {
     std::size_t serviceProfiles = 0;
     std::size_t bindings = 0;
     std::chrono::microseconds duration{};
-    std::vector<std::string> lost;         ///< entries that are not as they were saved, with the reason
-    std::vector<std::string> differences;  ///< what else differs from the time of saving
+    std::vector<std::string> lost;         ///< what could not be restored, with the reason
+    std::vector<std::string> differences;  ///< what is otherwise than it was saved, with the reason
 };
 
-/// Rebuilds a saved configuration in a module that holds none, through the module's own operations. An entry
-/// that is refused is reported and the others are restored all the same. To be called while a configuration
-/// apply is in progress and before anything else uses the module; the platform must not have service
-/// profiles, since those keep profiles from being renamed. `services` remembers the bindings afterwards.
+/// Restores a saved configuration in a module that holds none, through the operations that clients use, as
+/// `planRestore` plans it. What is refused is reported and the rest is restored all the same. To be called
+/// while a configuration apply is in progress and before anything else uses the module; the platform must not
+/// have service profiles, since those keep profiles from being renamed. `services` remembers the bindings
+/// afterwards.
 RestoreReport restoreConfiguration(const onuQosClassInterface& module, const ConfigurationDocument& document,
                                    ServiceSide& services, Host& host);
+
+/// Adds to `report` what the PON ports commit otherwise than it was saved. To be called once the
+/// configuration apply is over, which decides their alarms.
+void comparePorts(const ConfigurationDocument& document, const onuQosClassInterface& module,
+                  RestoreReport& report);
 
 }  // namespace oltmgrd

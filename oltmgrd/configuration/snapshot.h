@@ -1,26 +1,17 @@
 #pragma once
 
-#include <vector>
+#include <optional>
 
 #include "oltmgrd/configuration/document.h"
+#include "oltmgrd/module/module.h"
+#include "oltmgrd/platform/host.h"
 #include "oltmgrd/services/serviceSide.h"
-#include "onuqos/entity/onuQos.h"
-#include "standin/hardware.h"
 
 namespace oltmgrd {
 
-/// What a configuration is made of, all of one moment.
-struct ConfigurationState {
-    onuQosTables tables;
-    standin::Hardware hardware;
-    std::vector<ServiceProfile> serviceProfiles;
-    std::vector<AppliedService> services;  ///< in order of application
-};
-
-/// Takes the service side's lock, then the platform's shared one. False when that is not obtained.
-bool captureConfiguration(const onuQosClassInterface& module, ServiceSide& services, const Host& host,
-                          ConfigurationState& state);
-
-ConfigurationDocument documentOf(const ConfigurationState& state);
+/// The configuration at one moment. Takes the service side's lock, then the platform's shared one; nothing
+/// when that is not obtained.
+std::optional<ConfigurationDocument> captureConfiguration(const onuQosClassInterface& module,
+                                                          ServiceSide& services, const Host& host);
 
 }  // namespace oltmgrd

@@ -38,6 +38,7 @@ void ConfigurationStore::restore(const ConfigurationDocument& document) {
     applyStart();
     report_ = restoreConfiguration(module_, document, services_, host_);
     applyStop();
+    comparePorts(document, module_, *report_);
     fileHoldsMore_ = !report_->lost.empty();
 }
 
@@ -55,13 +56,12 @@ ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool
         throw SaveError(target + ": restoring it lost " + std::to_string(report_->lost.size()) +
                         " entries, which saving would remove from it; save to another file, or force it");
     }
-    ConfigurationState state;
-    if (!captureConfiguration(module_, services_, host_, state)) {
+    const auto document = captureConfiguration(module_, services_, host_);
+    if (!document) {
         throw SaveError(target + ": nothing is saved: the lock was not obtained");
     }
-    const ConfigurationDocument document = documentOf(state);
     try {
-        const std::string text = configurationText(document);
+        const std::string text = configurationText(*document);
         if (kept_ && kept_->path() == resolvedPath(target)) {
             kept_->replace(text);
         } else {
@@ -73,8 +73,8 @@ ConfigurationStore::Saved ConfigurationStore::save(const std::string& file, bool
     if (isOwnFile) {
         fileHoldsMore_ = false;
     }
-    const Saved saved{.profiles = document.tcontProfiles.size() + document.flowProfiles.size(),
-                      .bindings = document.bindings.size()};
+    const Saved saved{.profiles = document->tcontProfiles.size() + document->flowProfiles.size(),
+                      .bindings = document->bindings.size()};
     if (saved_) {
         saved_("configuration saved to " + target + ": " + std::to_string(saved.profiles) + " profiles, " +
                std::to_string(saved.bindings) + " bindings");

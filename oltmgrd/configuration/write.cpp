@@ -7,29 +7,34 @@ namespace {
 
 using common::nameToJson;
 
-/// Adds `member` unless its value is the one that reading gives it anyway.
-template <typename Value>
-void addUnless(Json& json, const char* member, const Value& value, const Value& fallback) {
-    if (value != fallback) {
-        json[member] = value;
-    }
+void addValues(Json& json, const TContValues& values) {
+    json["tContId"] = values.tContId;
+    json["tContType"] = values.tContType;
+    json["fixedRate"] = values.fixedRate;
+    json["assuredRate"] = values.assuredRate;
+    json["maximumRate"] = values.maximumRate;
+    json["dbaAllocType"] = values.dbaAllocType;
+    json["dbaWeight"] = values.dbaWeight;
+    json["dbaPriority"] = values.dbaPriority;
 }
 
-void addCommon(Json& json, const SavedProfile& profile) {
-    if (!profile.appliedAlso.empty()) {
-        json["appliedAlso"] = profile.appliedAlso;
-    }
-    if (!profile.appliedNot.empty()) {
-        json["appliedNot"] = profile.appliedNot;
-    }
+void addValues(Json& json, const FlowValues& values) {
+    json["cPcp"] = static_cast<std::int32_t>(values.cPcp);
+    json["cVlan"] = values.cVlan;
+    json["guarRateUs"] = values.guarRateUs;
+    json["peakRateUs"] = values.peakRateUs;
+    json["flowPriorityUs"] = values.flowPriorityUs;
+    json["flowPriorityDs"] = values.flowPriorityDs;
 }
 
-void addShape(Json& json, const TContShape& shape) {
-    json["tContId"] = shape.tContId;
-    json["tContType"] = shape.tContType;
-    json["fixedRate"] = shape.fixedRate;
-    json["assuredRate"] = shape.assuredRate;
-    json["maximumRate"] = shape.maximumRate;
+template <typename Values>
+Json profileJson(const SavedProfile<Values>& profile) {
+    Json json{{"name", nameToJson(profile.name)}};
+    addValues(json, profile.values);
+    if (!profile.appliedOtherwise.empty()) {
+        json["appliedOtherwise"] = profile.appliedOtherwise;
+    }
+    return json;
 }
 
 void addTermPoint(Json& json, const TermPoint& point) {
@@ -37,19 +42,40 @@ void addTermPoint(Json& json, const TermPoint& point) {
     json["termPointId"] = point.id;
 }
 
-template <typename Profile>
-void addProfileNow(Json& json, const char* member, const std::string& name, std::size_t place,
-                   const std::vector<Profile>& profiles) {
-    if (place == kDeleted) {
-        json[member] = nullptr;
-    } else if (profiles[place].name != name) {
-        json[member] = nameToJson(profiles[place].name);
+/// `family` begins the names of the members.
+template <typename Values>
+void addBound(Json& json, const std::string& family, const SavedBound<Values>& bound,
+              const std::vector<SavedProfile<Values>>& profiles) {
+    json[family + "Profile"] = nameToJson(bound.name);
+    if (bound.place == kDeleted) {
+        json[family + "ProfileNow"] = nullptr;
+    } else if (profiles[bound.place].name != bound.name) {
+        json[family + "ProfileNow"] = nameToJson(profiles[bound.place].name);
+    }
+    if (bound.atBinding) {
+        addValues(json[family + "AtBinding"], *bound.atBinding);
     }
 }
 
+Json bindingJson(const SavedBinding& binding, const ConfigurationDocument& document) {
+    Json json{{"interface", binding.interface}, {"service", nameToJson(binding.service)}};
+    addBound(json, "flow", binding.flow, document.flowProfiles);
+    addBound(json, "tcont", binding.tcont, document.tcontProfiles);
+    json["virtualPort"] = binding.virtualPort;
+    addTermPoint(json, binding.termPoint);
+    if (binding.pushedTermPoint) {
+        addTermPoint(json["pushedTermPoint"], *binding.pushedTermPoint);
+    }
+    return json;
+}
+
 Json portJson(const SavedPort& port) {
-    return {
+    Json json{
         {"interface", port.interface}, {"fixedAlloc", port.fixedAlloc}, {"assuredAlloc", port.assuredAlloc}};
+    if (port.alarm) {
+        json["alarm"] = *port.alarm;
+    }
+    return json;
 }
 
 template <typename Entries, typename ToJson>
@@ -66,64 +92,13 @@ void addEntries(std::string& text, const char* member, const Entries& entries, T
 
 }  // namespace
 
-Json entryJson(const SavedTContProfile& profile) {
-    Json json{{"name", nameToJson(profile.name)}};
-    addShape(json, profile.shape);
-    json["dbaAllocType"] = profile.dbaAllocType;
-    json["dbaWeight"] = profile.dbaWeight;
-    json["dbaPriority"] = profile.dbaPriority;
-    const SavedTContProfile fresh;
-    addUnless(json, "allocTypePushed", profile.allocTypePushed, profile.dbaAllocType != fresh.dbaAllocType);
-    addUnless(json, "weightPushed", profile.weightPushed, profile.dbaWeight != fresh.dbaWeight);
-    addCommon(json, profile);
-    return json;
-}
-
-Json entryJson(const SavedFlowProfile& profile) {
-    Json json{{"name", nameToJson(profile.name)},
-              {"cPcp", static_cast<std::int32_t>(profile.cPcp)},
-              {"cVlan", profile.cVlan},
-              {"guarRateUs", profile.guarRateUs},
-              {"peakRateUs", profile.peakRateUs},
-              {"flowPriorityUs", profile.flowPriorityUs},
-              {"flowPriorityDs", profile.flowPriorityDs}};
-    addUnless(json, "cPcpPushed", profile.cPcpPushed, true);
-    addUnless(json, "cVlanPushed", profile.cVlanPushed, true);
-    addCommon(json, profile);
-    return json;
-}
-
-Json entryJson(const SavedBinding& binding, const ConfigurationDocument& document) {
-    Json json{{"interface", binding.interface},
-              {"service", nameToJson(binding.service)},
-              {"flowProfile", nameToJson(binding.flowProfile)},
-              {"tcontProfile", nameToJson(binding.tcontProfile)},
-              {"virtualPort", binding.virtualPort}};
-    addTermPoint(json, binding.termPoint);
-    addProfileNow(json, "flowProfileNow", binding.flowProfile, binding.flow, document.flowProfiles);
-    addProfileNow(json, "tcontProfileNow", binding.tcontProfile, binding.tcont, document.tcontProfiles);
-    const TContShape now =
-        binding.tcont == kDeleted ? TContShape() : document.tcontProfiles[binding.tcont].shape;
-    if (binding.shape != now) {
-        addShape(json["tcontAtBinding"], binding.shape);
-    }
-    if (binding.pushedTermPoint) {
-        addTermPoint(json["pushedTermPoint"], *binding.pushedTermPoint);
-    }
-    if (binding.pushedTContId) {
-        json["pushedTContId"] = *binding.pushedTContId;
-    }
-    return json;
-}
-
 std::string configurationText(const ConfigurationDocument& document) {
-    const auto plain = [](const auto& entry) { return entryJson(entry); };
-    std::string text = "{\"version\": 1";
-    addEntries(text, "tcontProfiles", document.tcontProfiles, plain);
-    addEntries(text, "flowProfiles", document.flowProfiles, plain);
+    std::string text = "{\"version\": " + std::to_string(kConfigurationVersion);
+    addEntries(text, "tcontProfiles", document.tcontProfiles, profileJson<TContValues>);
+    addEntries(text, "flowProfiles", document.flowProfiles, profileJson<FlowValues>);
     addEntries(text, "serviceProfiles", document.serviceProfiles, serviceProfileToJson);
     addEntries(text, "bindings", document.bindings,
-               [&](const SavedBinding& binding) { return entryJson(binding, document); });
+               [&](const SavedBinding& binding) { return bindingJson(binding, document); });
     addEntries(text, "ports", document.ports, portJson);
     text += "\n}\n";
     return text;

@@ -23,6 +23,7 @@ Json toJson(const RestoreReport& report) {
             {"milliseconds", std::chrono::duration_cast<std::chrono::milliseconds>(report.duration).count()},
             {"lostCount", report.lost.size()},
             {"lost", firstOf(report.lost)},
+            {"differenceCount", report.differences.size()},
             {"differences", firstOf(report.differences)}};
 }
 

@@ -114,6 +114,10 @@ public:
     virtual HostAlarms alarms() const = 0;
     /// Nothing on a platform whose hardware layer cannot be read.
     virtual std::optional<HardwareView> hardware() const = 0;
+    /// The number by which the platform tells a profile from every other of its family, also after it was
+    /// renamed; 0 when it knows no profile of that name, or has no such numbers.
+    virtual std::uint64_t tcontProfileSerial(const std::string& name) const = 0;
+    virtual std::uint64_t flowProfileSerial(const std::string& name) const = 0;
 
     // Threads that registered with the platform, by name
 

@@ -272,6 +272,10 @@ private:
         for (const std::string& difference : report.differences) {
             tellOperator(file + difference);
         }
+        if (!report.differences.empty()) {
+            tellOperator(file + std::to_string(report.differences.size()) +
+                         " differences from what was saved, which the lines above tell");
+        }
         if (!report.lost.empty()) {
             tellOperator(file + std::to_string(report.lost.size()) +
                          " entries were not restored; the file keeps them until a save is forced");

@@ -1,6 +1,8 @@
 #include "oltmgrd/services/serviceSide.h"
 
-#include "standin/hardware.h"
+#include <algorithm>
+
+#include "BLLManager.h"
 
 namespace oltmgrd {
 namespace {
@@ -22,21 +24,41 @@ const onuQosServiceIntfInfo* bindingOf(const onuQosTables& tables, std::uint32_t
     return binding == onu->second.end() ? nullptr : &binding->second;
 }
 
+/// `values`, in the record that `seen` has of them.
+template <typename Values>
+std::shared_ptr<const Values> shared(std::map<std::string, std::shared_ptr<const Values>>& seen,
+                                     const std::string& name, Values values) {
+    if (seen.size() > kProfileCountMax) {
+        seen.clear();  // of names that are not used any more
+    }
+    auto& last = seen[name];
+    if (last == nullptr || *last != values) {
+        last = std::make_shared<const Values>(std::move(values));
+    }
+    return last;
+}
+
 }  // namespace
 
 Result ServiceSide::apply(AppliedService service) {
     const auto held = hold();
+    // Keeps the profiles from being renamed before it is seen which they are.
+    const BLLManager::exclusiveLock_t lock;
+    if (!lock.obtained()) {
+        return onuQos::onuQosResError;
+    }
     const Key key{service.interface, service.service};
     const Result result = call<&Interface::onuQosServiceApply>(
         module_, service.interface, service.service, service.flowProfile, service.tcontProfile,
         service.virtualPort, static_cast<servprofile::onuTermPointType>(service.termPoint.type),
         service.termPoint.id);
-    // A step that fails after the hardware layer has accepted leaves the binding in place.
-    if (result != onuQos::onuQosResOk || inDoubt_) {
+    // A step that fails after the hardware layer has accepted leaves the binding in place. Every other
+    // refusal comes before that.
+    if (result == onuQos::onuQosResError || inDoubt_) {
         attempted_.insert_or_assign(key, std::move(service));
         reconcile();
-    } else if (!isRemembered(key)) {
-        identifyProfiles(service);
+    } else if (result == onuQos::onuQosResOk && !isRemembered(key)) {
+        findOut(service);
         remember(std::move(service));
     }
     return result;
@@ -79,26 +101,38 @@ std::vector<AppliedService> ServiceSide::listAgreedWith(const onuQosTables& tabl
     return list();
 }
 
-void ServiceSide::adopt(std::vector<AppliedService> services) {
-    for (AppliedService& service : services) {
-        remember(std::move(service));
+/// Sees what `service` has been bound to.
+void ServiceSide::findOut(AppliedService& service) {
+    if (const AppliedService* equal = equalTo(service)) {
+        service.flow = equal->flow;
+        service.tcont = equal->tcont;
+        service.pushedTermPoint = equal->pushedTermPoint;
+        return;
+    }
+    service.flow.serial = host_.flowProfileSerial(service.flowProfile);
+    service.tcont.serial = host_.tcontProfileSerial(service.tcontProfile);
+    service.pushedTermPoint = service.termPoint;
+    onuQos::onuFlowProfileInfo flow;
+    tContProfileInfo tcont;
+    if (call<&Interface::onuQosProfilesGet>(module_, service.flowProfile, service.tcontProfile, flow,
+                                            tcont) == onuQos::onuQosResOk) {
+        service.flow.values = shared(flows_, service.flowProfile, valuesOf(flow));
+        service.tcont.values = shared(tconts_, service.tcontProfile, valuesOf(tcont));
     }
 }
 
-/// While a service is bound its T-CONT profile cannot be changed under the bound name, so what stands there
-/// now is what was bound, unless it was renamed in this very moment.
-void ServiceSide::identifyProfiles(AppliedService& service) const {
-    if (const auto profile = standin::hardware::tContProfile(service.tcontProfile)) {
-        service.tcontSerial = profile->serial;
-        service.shape = {.tContId = profile->tContId,
-                         .tContType = profile->tContType,
-                         .fixedRate = profile->fixedRate,
-                         .assuredRate = profile->assuredRate,
-                         .maximumRate = profile->maximumRate};
+/// Only operations change what is remembered, and one is under way.
+const AppliedService* ServiceSide::equalTo(const AppliedService& service) const {
+    const std::lock_guard guard(services_);
+    for (auto row = orders_.lower_bound({service.interface, {}});
+         row != orders_.end() && row->first.first == service.interface; ++row) {
+        const AppliedService& other = byOrder_.at(row->second);
+        if (other.virtualPort == service.virtualPort && other.flowProfile == service.flowProfile &&
+            other.tcontProfile == service.tcontProfile) {
+            return &other;
+        }
     }
-    if (const auto profile = standin::hardware::flowProfile(service.flowProfile)) {
-        service.flowSerial = profile->serial;
-    }
+    return nullptr;
 }
 
 bool ServiceSide::isRemembered(const Key& key) const {
@@ -108,8 +142,12 @@ bool ServiceSide::isRemembered(const Key& key) const {
 
 void ServiceSide::remember(AppliedService service) {
     const std::lock_guard guard(services_);
-    orders_[{service.interface, service.service}] = ++lastOrder_;
-    byOrder_.emplace(lastOrder_, std::move(service));
+    if (service.order == 0) {
+        service.order = lastOrder_ + 1;
+    }
+    lastOrder_ = std::max(lastOrder_, service.order);
+    orders_[{service.interface, service.service}] = service.order;
+    byOrder_.emplace(service.order, std::move(service));
 }
 
 void ServiceSide::forget(const Key& key) {
@@ -148,8 +186,9 @@ void ServiceSide::reconcileWith(const onuQosTables& tables) {
                                    .virtualPort = binding.virtualPortId};
             if (const auto attempted = attempted_.find({interface, name}); attempted != attempted_.end()) {
                 service.termPoint = attempted->second.termPoint;
+                service.order = attempted->second.order;
             }
-            identifyProfiles(service);
+            findOut(service);
             remember(std::move(service));
         }
     }

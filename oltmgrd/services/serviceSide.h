@@ -2,20 +2,36 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "oltmgrd/configuration/document.h"
 #include "oltmgrd/module/module.h"
 #include "oltmgrd/module/results.h"
 #include "oltmgrd/platform/host.h"
+#include "oltmgrd/services/profileValues.h"
 
 namespace oltmgrd {
 
+struct TermPoint {
+    std::int32_t type = 0;  ///< the module looks at it only when it pushes the binding: any number
+    std::int16_t id = 0;
+
+    friend bool operator==(const TermPoint&, const TermPoint&) = default;
+};
+
+/// The profile that a service was bound to.
+template <typename Values>
+struct BoundTo {
+    std::uint64_t serial = 0;                ///< of the host; 0 when it is not known
+    std::shared_ptr<const Values> values{};  ///< what it held; null when that is not known
+};
+
 /// An applied service, as the platform's service-profile side remembers it. The names are those at the time
-/// of binding; the serials tell which profiles those were, also after they were renamed.
+/// of binding. Equal services of an ONU are one to the hardware layer: they share what the first was bound to
+/// and its termination point.
 struct AppliedService {
     std::uint32_t interface = 0;
     std::string service;
@@ -23,24 +39,22 @@ struct AppliedService {
     std::string tcontProfile;
     std::uint32_t virtualPort = 0;
     TermPoint termPoint{};
-    std::uint64_t flowSerial = 0;   ///< of the hardware layer; 0 when it is not known
-    std::uint64_t tcontSerial = 0;  ///< likewise
-    TContShape shape{};             ///< of the T-CONT profile when it was bound
+    std::uint64_t order = 0;  ///< of application; 0 is after all others
+    // Found out when it is applied.
+    BoundTo<FlowValues> flow{};
+    BoundTo<TContValues> tcont{};
+    TermPoint pushedTermPoint{};
 };
-
-/// The serial of a profile that is no more.
-inline constexpr std::uint64_t kGone = static_cast<std::uint64_t>(-1);
 
 /// The platform's service-profile side: applies and removes services and remembers them in order of
 /// application. Operations may be called from any thread that does not hold the platform lock: they take the
-/// operations' mutex first and the platform lock, through the module, after it.
+/// operations' mutex first and the platform lock after it.
 class ServiceSide {
 public:
     /// Both outlive this.
     ServiceSide(const onuQosClassInterface& module, Host& host) : module_(module), host_(host) {}
 
-    /// Only the members up to the termination point of `service` are read. The module's answer; the service
-    /// is remembered when it is bound, whatever the answer was.
+    /// The module's answer; the service is remembered when it is bound, whatever the answer was.
     Result apply(AppliedService service);
     Result remove(std::uint32_t interface, const std::string& service);
 
@@ -58,13 +72,11 @@ public:
     /// The services that `tables` holds, in order of application. The caller has the lock of `hold`.
     std::vector<AppliedService> listAgreedWith(const onuQosTables& tables);
 
-    /// Remembers services that were applied past this object; none is remembered yet.
-    void adopt(std::vector<AppliedService> services);
-
 private:
     using Key = std::pair<std::uint32_t, std::string>;  // interface, service
 
-    void identifyProfiles(AppliedService& service) const;
+    void findOut(AppliedService& service);
+    const AppliedService* equalTo(const AppliedService& service) const;
     bool isRemembered(const Key& key) const;
     void remember(AppliedService service);
     void forget(const Key& key);
@@ -78,6 +90,10 @@ private:
     std::mutex operations_;
     bool inDoubt_ = false;  // an operation failed and the module's bindings could not be had since
     std::map<Key, AppliedService> attempted_;  // by operations that failed since then
+
+    // The values last seen under a name: many services share them.
+    std::map<std::string, std::shared_ptr<const FlowValues>> flows_;
+    std::map<std::string, std::shared_ptr<const TContValues>> tconts_;
 
     mutable std::mutex services_;  // guards what follows; a leaf
     std::map<std::uint64_t, AppliedService> byOrder_;

@@ -94,6 +94,35 @@ onuQos::onuQosRes onuQos::onuQosTablesGet(onuQosTables& tables) const {
     return onuQosResOk;
 }
 
+onuQos::onuQosRes onuQos::onuQosProfilesGet(const std::string& onuFlowProfileName,
+                                            const std::string& tContProfileName,
+                                            onuFlowProfileInfo& onuFlowProfile,
+                                            tContProfileInfo& tContProfile) const {
+    const ReadLock lock("onuQosProfilesGet");
+    if (!lock) {
+        return onuQosResError;
+    }
+    const auto flow = onuFlowProfileMap.find(onuFlowProfileName);
+    const auto tCont = tContProfileMap.find(tContProfileName);
+    if (flow == onuFlowProfileMap.end() || tCont == tContProfileMap.end()) {
+        return onuQosResNotFound;
+    }
+    const onuFlowProfileInfo& storedFlow = flow->second;
+    onuFlowProfile = {.name = storedFlow.name, .rule = storedFlow.rule, .action = storedFlow.action, .appliedIntfSet = {}};
+    const tContProfileInfo& storedTCont = tCont->second;
+    tContProfile = {.name = storedTCont.name,
+                    .tContId = storedTCont.tContId,
+                    .tContType = storedTCont.tContType,
+                    .fixedRate = storedTCont.fixedRate,
+                    .assuredRate = storedTCont.assuredRate,
+                    .maximumRate = storedTCont.maximumRate,
+                    .dbaAllocType = storedTCont.dbaAllocType,
+                    .dbaWeight = storedTCont.dbaWeight,
+                    .dbaPriority = storedTCont.dbaPriority,
+                    .appliedIntfs = {}};
+    return onuQosResOk;
+}
+
 const onuQosClassInterface* onuQosClassInterfaceGet() {
     static const onuQosClassInterface table{
         .entity = singleton<onuQos>::instance(),
@@ -103,6 +132,7 @@ const onuQosClassInterface* onuQosClassInterfaceGet() {
         .onuQosOltPortDistanceChangedEventHandler = &onuQos::onuQosOltPortDistanceChangedEventHandler,
         .tContProfileConsApplyStateGet = &onuQos::tContProfileConsApplyStateGet,
         .onuQosTablesGet = &onuQos::onuQosTablesGet,
+        .onuQosProfilesGet = &onuQos::onuQosProfilesGet,
         .tContProfileCreate = &onuQos::tContProfileCreate,
         .tContProfileDelete = &onuQos::tContProfileDelete,
         .tContProfileRename = &onuQos::tContProfileRename,

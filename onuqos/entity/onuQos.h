@@ -397,6 +397,10 @@ public:
     onuQosRes onuQosServiceRemove(unsigned int onuIntf, const std::string& serviceName);
     /// The service that hardware flow `flowId` of an ONU belongs to; Error when there is none.
     onuQosRes flowIdToServiceName(unsigned int onuIntf, unsigned int flowId, std::string& serviceName) const;
+    /// Copies of the profiles that a binding names, without the many interfaces on which they are applied.
+    /// NotFound unless both exist.
+    onuQosRes onuQosProfilesGet(const std::string& onuFlowProfileName, const std::string& tContProfileName,
+                                onuFlowProfileInfo& onuFlowProfile, tContProfileInfo& tContProfile) const;
     /// The platform's name of a binding: the two names with "-" between them. No lock.
     void onuQosOMApiServiceNameGen(const std::string& onuFlowProfileName, const std::string& tContProfileName,
                                    std::string& bindingName) const;

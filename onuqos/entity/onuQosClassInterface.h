@@ -13,6 +13,7 @@ struct onuQosClassInterface {
     decltype(&onuQos::onuQosOltPortDistanceChangedEventHandler) onuQosOltPortDistanceChangedEventHandler;
     decltype(&onuQos::tContProfileConsApplyStateGet) tContProfileConsApplyStateGet;
     decltype(&onuQos::onuQosTablesGet) onuQosTablesGet;
+    decltype(&onuQos::onuQosProfilesGet) onuQosProfilesGet;
 
     decltype(&onuQos::tContProfileCreate) tContProfileCreate;
     decltype(&onuQos::tContProfileDelete) tContProfileDelete;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -17,13 +16,6 @@ constexpr std::optional<int> uniTypeOf(int termPointType) {
     return index < kUniTypes.size() ? std::optional(kUniTypes[index]) : std::nullopt;
 }
 
-constexpr std::optional<int> termPointTypeOf(int uniType) {
-    const auto* const found = std::ranges::find(kUniTypes, uniType);
-    return found != kUniTypes.end() ? std::optional(static_cast<int>(found - kUniTypes.begin()))
-                                    : std::nullopt;
-}
-
-static_assert(uniTypeOf(2) == 1 && !uniTypeOf(3) && !uniTypeOf(-1) && termPointTypeOf(6) == 1 &&
-              !termPointTypeOf(2));
+static_assert(uniTypeOf(2) == 1 && !uniTypeOf(3) && !uniTypeOf(-1));
 
 }  // namespace rules

@@ -155,7 +155,7 @@ std::string bindings(const std::string& members) {
 TEST(Configuration, RefusesBadOnesWithTheirPlace) {
     const std::vector<BadText> rows{
         {"{}", R"(top level: "version" is missing)"},
-        {R"({"version": 2})", "/version: must be an integer from 1 to 1"},
+        {R"({"version": 3})", "/version: must be an integer from 1 to 2"},
         {version1(R"("binding": [])"), "/binding: is not known here"},
         {version1(R"("tcontProfiles": [{"name": "t", "tContType": 6}])"),
          "/tcontProfiles/0/tContType: must be an integer from 1 to 5"},
@@ -164,13 +164,15 @@ TEST(Configuration, RefusesBadOnesWithTheirPlace) {
         {version1(R"("flowProfiles": [{"name": "f", "guarRateUs": 1, "peakRateUs": 1, "cVlan": [1, 4095]}])"),
          "/flowProfiles/0/cVlan/1: must be an integer from 1 to 4094"},
         {version1(R"("tcontProfiles": [{"name": "t", "appliedAlso": [5, 5]}])"),
-         "/tcontProfiles/0/appliedAlso/1: interface 5 stands there twice"},
+         "/tcontProfiles/0/appliedAlso/1: interface 5 appears twice"},
         {bindings(R"("flowProfile": "x", "tcontProfile": "t")"),
          "/bindings/0/flowProfile: no profile of this file has that name"},
         {bindings(R"("flowProfile": "f", "tcontProfile": "t", "tcontProfileNow": "x")"),
          "/bindings/0/tcontProfileNow: no profile of this file has that name"},
         {bindings(R"("flowProfile": "f", "tcontProfile": "t", "tcontAtBinding": {"tContId": 7})"),
          "/bindings/0/tcontAtBinding/tContId: must be an integer from 1 to 6"},
+        {bindings(R"("flowProfile": "f", "tcontProfile": "t", "flowAtBinding": {"cPcp": 1})"),
+         R"(/bindings/0/flowAtBinding: "guarRateUs" is missing)"},
         {profiles(R"("bindings": [
                     {"interface": 7, "service": "s", "flowProfile": "f", "tcontProfile": "t", "virtualPort": 1,
                      "termPointType": 0, "termPointId": 0},

@@ -61,14 +61,21 @@ TEST_F(ServiceSideTest, RemembersWhatStaysBoundThoughAStepWasRefused) {
 TEST_F(ServiceSideTest, FindsOutLaterWhenTheLockIsNotToBeHad) {
     const auto bindHalf = [this] {
         fail("interfaceParentGet", 1, 1, 4);
-        EXPECT_EQ(bind(101, "half", "f", "t", 1, {.type = 1, .id = 2}), onuQos::onuQosResError);
+        EXPECT_EQ(services().apply({.interface = 101,
+                                    .service = "half",
+                                    .flowProfile = "f",
+                                    .tcontProfile = "t",
+                                    .virtualPort = 1,
+                                    .termPoint = {.type = 1, .id = 2}}),
+                  onuQos::onuQosResError);
     };
     const auto calls = callsOf(bindHalf);
     const auto shared = std::ranges::count(calls, standin::Operation::sharedLock, &standin::Call::operation);
     services().defaultSettings();
     makeFlow("f");
     makeTCont("t");
-    fail("sharedLock", 1, 1, static_cast<std::uint64_t>(shared - 1));  // the last one is to read the tables
+    // The last two are to read the tables, and the profiles of what is found there.
+    fail("sharedLock", 1, 1, static_cast<std::uint64_t>(shared - 2));
     bindHalf();
     EXPECT_TRUE(standin::faults::list().empty());
     EXPECT_THAT(listed(), IsEmpty());

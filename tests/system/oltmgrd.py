@@ -439,7 +439,7 @@ class Configuration(harness.DaemonTest):
         self.daemon.stop()
         self.daemon.start_with_config()
 
-    def test_what_is_saved_comes_back(self):
+    def test_what_is_saved_comes_back_healed_where_only_a_history_could_reach_it(self):
         daemon = self.daemon.start_with_config()
         self.assertIn("is not there yet; starting without", daemon.errors())
         rpc = daemon.rpc()
@@ -453,27 +453,45 @@ class Configuration(harness.DaemonTest):
                                                       (102, "x", "gone", "gone", 3), (101, "w", "h", "g", 4)):
             self.assertEqual(daemon.bind(interface, service, flow, tcont, port, (1, 3)), "onuQosResOk")
         # Renamed and deleted while bound; the old name taken by another.
+        long_name = "x" * 100
         rpc.do(FLOW_DELETE, "gone")
         rpc.do(TCONT_DELETE, "gone")
         rpc.do(TCONT_RENAME, "h", "")
-        rpc.do(FLOW_RENAME, "h", "x" * 100)
+        rpc.do(FLOW_RENAME, "h", long_name)
         rpc.do(TCONT_CREATE, "h")
         daemon.request("service-profile-add", name="s", tcontProfile="g", flowProfile="")
         self.assertEqual(daemon.request("config-save"), {"profiles": 7, "bindings": 4})
+        services = daemon.request("service-list")["services"]
+        rpc.close()
+        self.restart()
+
+        told = ["flow profile 'gone': made again: it was deleted while services were bound to it",
+                "T-CONT profile 'gone': made again: it was deleted while services were bound to it",
+                "service 'y' of interface 101: bound to T-CONT profile '', not 'h': it was renamed",
+                f"service 'w' of interface 101: bound to flow profile '{long_name}', not 'h': it was renamed"]
+        restored = daemon.request("status")["restore"]
+        self.assertEqual((restored["profiles"], restored["bindings"], restored["serviceProfiles"]), (9, 4, 1))
+        self.assertEqual((restored["lostCount"], restored["lost"]), (0, []))
+        self.assertEqual(sorted(restored["differences"]), sorted(told))
+        self.assertEqual(restored["differenceCount"], len(told))
+        for line in told:
+            self.assertIn(f"configuration {daemon.config_path}: {line}\n", daemon.errors())
+        self.assertIn(f"{len(told)} differences from what was saved", daemon.errors())
+        services[1]["tcontProfile"], services[3]["flowProfile"] = "", long_name
+        self.assertEqual(daemon.request("service-list")["services"], services)
 
         def state():
             hardware = daemon.request("hardware-get")
             del hardware["calls"]
             return (daemon.dump(), hardware, daemon.request("service-list"), daemon.request("service-profile-list"))
         before = state()
-        rpc.close()
+        daemon.request("config-save")
+        first = self.read("config.json")
         self.restart()
         self.assertEqual(state(), before)
         restored = daemon.request("status")["restore"]
-        self.assertEqual((restored["profiles"], restored["bindings"], restored["serviceProfiles"]), (7, 4, 1))
         self.assertEqual((restored["lost"], restored["differences"]), ([], []))
         # Saved again it is the same file, byte for byte.
-        first = self.read("config.json")
         daemon.request("config-save")
         self.assertEqual(self.read("config.json"), first)
         daemon.stop()
@@ -508,7 +526,7 @@ class Configuration(harness.DaemonTest):
         # The second port is gone, and its ONU with it.
         daemon.write_inventory({"ports": harness.INVENTORY["ports"][:1], "onus": harness.INVENTORY["onus"][:2]})
         daemon.start_with_config()
-        lost = ["service 's' of interface 201: applying: onuQosResWrongIntf"]
+        lost = ["service 's' of interface 201: there is no such ONU (onuQosResWrongIntf)"]
         self.assertEqual(daemon.request("status")["restore"]["lost"], lost)
         self.assertIn(f"configuration {daemon.config_path}: not restored: {lost[0]}\n", daemon.errors())
         self.assertEqual([row["interface"] for row in daemon.request("service-list")["services"]], [101])

@@ -9,6 +9,7 @@
 #include "standin/alarms.h"
 #include "standin/error.h"
 #include "standin/features.h"
+#include "standin/hardware.h"
 #include "standin/interfaces.h"
 #include "standin/lock.h"
 #include "standin/log.h"
@@ -159,6 +160,16 @@ public:
     }
 
     std::optional<HardwareView> hardware() const override { return standinHardware(); }
+
+    std::uint64_t tcontProfileSerial(const std::string& name) const override {
+        const auto profile = standin::hardware::tContProfile(name);
+        return profile ? profile->serial : 0;
+    }
+
+    std::uint64_t flowProfileSerial(const std::string& name) const override {
+        const auto profile = standin::hardware::flowProfile(name);
+        return profile ? profile->serial : 0;
+    }
 
     bool awaitThreadEnd(std::string_view name, std::chrono::milliseconds limit) override {
         return standin::threads::awaitEnd(name, limit);
