@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "rules/tContRules.h"
+#include "onuqos/rules/tContRules.h"
 
 namespace oltmgrd {
 namespace {

@@ -21,7 +21,8 @@ namespace {
 constexpr const char* kLoop = "BLLManager_mng";
 constexpr const char* kRegistration = "onuqos_mng";
 
-// The allocator gives longer blocks back to the system when they are freed, as those of a long name in a call.
+// The allocator gives longer blocks back to the system when they are freed, as those of a long name in a
+// call.
 constexpr int kMmapThreshold = 131'072;
 
 constexpr std::chrono::milliseconds kWatchInterval{100};

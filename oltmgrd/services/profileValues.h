@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "onuqos/entity/onuQos.h"
+#include "oltmgrd/module/module.h"
 
 namespace oltmgrd {
 

@@ -108,7 +108,8 @@ onuQos::onuQosRes onuQos::onuQosProfilesGet(const std::string& onuFlowProfileNam
         return onuQosResNotFound;
     }
     const onuFlowProfileInfo& storedFlow = flow->second;
-    onuFlowProfile = {.name = storedFlow.name, .rule = storedFlow.rule, .action = storedFlow.action, .appliedIntfSet = {}};
+    onuFlowProfile = {
+        .name = storedFlow.name, .rule = storedFlow.rule, .action = storedFlow.action, .appliedIntfSet = {}};
     const tContProfileInfo& storedTCont = tCont->second;
     tContProfile = {.name = storedTCont.name,
                     .tContId = storedTCont.tContId,

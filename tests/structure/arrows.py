@@ -39,7 +39,7 @@ TABLE = {
     "clients/onuqosctl": ["common", "onuqos/rules"],
     "clients/oltctl": ["common", "common/commands", "onuqos/rules"],
 
-    "oltmgrd/services": ["common", "oltmgrd/module", "oltmgrd/platform"],
+    "oltmgrd/services": ["common", "platform/include/BLLManager.h", "oltmgrd/module", "oltmgrd/platform"],
     "oltmgrd/configuration": ["common", "onuqos/rules", "onuqos/entity/onuQos.h", "platform/include/BLLManager.h",
                               "oltmgrd/files", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
     "oltmgrd/observe": ["common", "onuqos/rules", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
