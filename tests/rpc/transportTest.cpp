@@ -459,6 +459,21 @@ TEST_F(Transports, whoHasBeenSilentForLongestMakesRoom) {
     expectAnswered(client, 6);
 }
 
+TEST_F(Transports, whoHasAskedAndWaitsForItsTurnIsNotSilent) {
+    serveBy({.connections = 3});
+    Client asking(listener_);
+    Client silent(listener_);
+    Client other(listener_);
+    hub_->accept(listener_);
+    asking.send(record(callOf(kNothing)));
+    Client newcomer(listener_);
+    hub_->accept(listener_);
+    expectReceived(asking, 28);
+    expectClosed(silent);
+    expectAnswered(other, 1);
+    expectAnswered(newcomer, 2);
+}
+
 TEST_F(Transports, unfinishedRecordsThatCostTheMostMakeRoomInMemory) {
     serveBy({.memory = 400'000});
     Client small(listener_);

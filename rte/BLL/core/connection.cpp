@@ -38,6 +38,11 @@ Connection::Step Connection::takeInput(std::span<char> scratch) {
     return ended_ ? Step::nothing : Step::moved;
 }
 
+bool Connection::hasUnread() const {
+    char byte = 0;
+    return ::recv(descriptor_, &byte, 1, MSG_PEEK) > 0;
+}
+
 std::optional<std::span<const char>> Connection::nextRecord() {
     const auto record = reader_.next(input_);
     if (record) {

@@ -38,6 +38,9 @@ public:
     /// Makes input available: what was put aside, else what one read of the socket into `scratch` gives.
     Step takeInput(std::span<char> scratch);
 
+    /// Whether the socket holds input.
+    bool hasUnread() const;
+
     /// The next whole record of the available input, until the following call of any operation on input.
     std::optional<std::span<const char>> nextRecord();
 
