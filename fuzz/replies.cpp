@@ -19,6 +19,9 @@
 namespace fuzz {
 namespace {
 
+/// Room for any reply that an input of 16 KiB makes, bytes.
+constexpr std::size_t kPlenty = 32'768;
+
 /// Takes values off an input, zeros once it has ended.
 class Choices {
 public:
@@ -89,7 +92,7 @@ rpc_msg replyOf(Choices& choices, Result& result, opaque_auth verifier) {
 
 /// What the library makes of the reply; nothing if it cannot be encoded.
 std::string expected(rpc_msg reply, std::uint32_t transaction) {
-    std::string bytes(1U << 17U, '\0');
+    std::string bytes(kPlenty, '\0');
     reply.rm_xid = transaction;
     XDR xdrs;
     xdrmem_create(&xdrs, bytes.data(), static_cast<u_int>(bytes.size()), XDR_ENCODE);
@@ -109,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     transport.xp_p3 = &extension;
 
     const std::uint32_t transaction = choices.number();
-    const std::size_t room = choices.below(4) == 0 ? 1U << 17U : choices.below(4096) / 4 * 4;
+    const std::size_t room = choices.below(4) == 0 ? fuzz::kPlenty : choices.below(4096) / 4 * 4;
     const auto verifier = choices.bytes(choices.below(MAX_AUTH_BYTES + 40));
     fuzz::Result result{.numbers = choices.below(600), .bytes = {}, .isBroken = choices.below(8) == 0};
     const rpc_msg reply = fuzz::replyOf(choices, result,

@@ -417,7 +417,7 @@ class Robustness(harness.DaemonTest):
         self.assertEqual(struct.unpack(">6I", self.datagram(beyond)), (9, 1, 0, 0, 0, 4))
 
     def test_everything_hostile_at_once(self):
-        """For OLTMGRD_ATTACK_SECONDS; ten minutes of it under the address sanitizer are on record."""
+        """For OLTMGRD_ATTACK_SECONDS seconds."""
         before = self.warm_up()
         with self.attack(drip, 20), self.attack(never_read, 20), self.attack(open_and_close, 200), \
                 self.attack(hold_unfinished_records, 80), self.attack(send_malformed, 1 << 30):
