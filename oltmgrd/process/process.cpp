@@ -65,7 +65,7 @@ std::string textOf(const HostAlarm& alarm) {
     return text;
 }
 
-/// The management process. Its members stand in the order in which they come to life.
+/// The management process. Its members are declared in the order in which they are made.
 class Process {
 public:
     explicit Process(const Options& options)
@@ -293,7 +293,6 @@ private:
 
     const Options& options_;
     std::mutex ending_;  // what `endAtOnce` uses
-    Signals signals_;
     const std::unique_ptr<Host> host_ = standinHost();
     CommandContext context_;
     std::optional<ControlSocket> socket_;
@@ -305,6 +304,7 @@ private:
     bool stopped_ = false;
     std::optional<CommandTable> commands_;
     std::unique_ptr<ControlServer> control_;
+    Signals signals_;  // its thread uses the others from its first moment on
 };
 
 }  // namespace

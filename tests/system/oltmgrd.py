@@ -182,7 +182,7 @@ class Lifecycle(harness.DaemonTest):
     def test_an_answer_that_is_not_read_does_not_hold_up_the_stop(self):
         self.daemon.start()
         self.stall_an_answer()
-        self.assertLess(self.daemon.stop(), 2)
+        self.assertLess(self.daemon.stop(), harness.PATIENCE)
 
     def stall_an_answer(self):
         """Asks for more than the connection can hold and reads nothing."""
@@ -617,7 +617,7 @@ class Portmapper(harness.DaemonTest):
             ports = {("udp", self.daemon.udp_port), ("tcp", self.daemon.tcp_port)}
             self.assertEqual(self.registered(), ports)
             self.assertNotIn("portmapper", self.daemon.errors())
-            self.assertLess(self.daemon.stop(), 2)
+            self.assertLess(self.daemon.stop(), harness.PATIENCE)
             self.assertEqual(self.registered(), set())
 
     @unittest.skipUnless(os.geteuid() == 0, "needs a network of its own")
@@ -630,7 +630,7 @@ class Portmapper(harness.DaemonTest):
             self.assertEqual((self.daemon.udp_port, self.daemon.tcp_port), (0, 0))
             self.assertIn("the portmapper does not answer", self.daemon.errors())
             self.daemon.request("status")
-            self.assertLess(self.daemon.stop(), 2)
+            self.assertLess(self.daemon.stop(), harness.PATIENCE)
 
             self.daemon.start()
             os.kill(rpcbind.pid, signal.SIGCONT)
@@ -642,7 +642,7 @@ class Portmapper(harness.DaemonTest):
             rpc.call(0)
             self.assertLess(time.monotonic() - begin, 0.5)
             rpc.close()
-            self.assertLess(self.daemon.stop(), 2)
+            self.assertLess(self.daemon.stop(), harness.PATIENCE)
 
 
 if __name__ == "__main__":

@@ -223,10 +223,10 @@ class Robustness(harness.DaemonTest):
             self.assertEqual(reply, (0x80000000 | size - 4, number, 1, 0), procedure)
 
     def expect_idle(self):
-        """Nothing is to be done, so next to nothing is done."""
+        """Nothing is to be done, so next to nothing is done: whoever spins takes the whole second."""
         before = self.cpu_seconds()
         time.sleep(1)  # the time over which it is measured
-        self.assertLess(self.cpu_seconds() - before, 0.25)
+        self.assertLess(self.cpu_seconds() - before, 0.6)
 
     def cpu_seconds(self):
         with open(f"/proc/{self.daemon.process.pid}/stat", encoding="utf-8") as stat:

@@ -8,7 +8,8 @@ AdoptedTransport::AdoptedTransport(SVCXPRT* transport)
 }
 
 void AdoptedTransport::adopt() {
-    transport_.load()->xp_ops = this;
+    const Operations* own = this;
+    __atomic_store_n(&transport_.load()->xp_ops, own, __ATOMIC_RELEASE);
 }
 
 void AdoptedTransport::destroyTransport() {

@@ -31,7 +31,9 @@ protected:
 
     /// The object that `transport` works by.
     static AdoptedTransport& of(const SVCXPRT* transport) {
-        return static_cast<AdoptedTransport&>(const_cast<Operations&>(*transport->xp_ops));
+        // The loop may run already when the transport is adopted on another thread.
+        const Operations* table = __atomic_load_n(&transport->xp_ops, __ATOMIC_ACQUIRE);
+        return static_cast<AdoptedTransport&>(const_cast<Operations&>(*table));
     }
 
     /// Has the transport work by the table from here on.
