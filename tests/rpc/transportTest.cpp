@@ -346,6 +346,37 @@ TEST_F(Transports, takeCallsAndSendRepliesOfAnyLength) {
     EXPECT_EQ(served, 5U) << "the last, of which the reply does not fit in a datagram, too";
 }
 
+TEST_F(Transports, everyReplyIsADatagramOfItsOwn) {
+    Client first(datagrams_, SOCK_DGRAM);
+    Client second(datagrams_, SOCK_DGRAM);
+    // Lengths of text that two clients ask for in turn; replies alike, and too many of them, may be sent at
+    // once.
+    for (const auto& lengths : std::vector<std::vector<std::size_t>>{{0, 0, 0, 4, 4, 400, 4, 0},
+                                                                     std::vector<std::size_t>(16, 600),
+                                                                     std::vector<std::size_t>(10, 8000)}) {
+        std::vector<std::string> expected;
+        for (const std::size_t length : lengths) {
+            expected.push_back(text(std::string(length, static_cast<char>('a' + expected.size()))));
+            first.send(callOf(kEcho, expected.back()));
+            if (expected.size() % 5 == 0) {
+                second.send(callOf(kEcho, expected.back()));
+            }
+        }
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            for (Client* client : {&first, &second}) {
+                if (client == &first || (i + 1) % 5 == 0) {
+                    client->received.clear();
+                    serveUntil([client] {
+                        client->read();
+                        return !client->received.empty();
+                    });
+                    EXPECT_TRUE(client->received == items({7, 1, 0, 0, 0, 0}) + expected[i]) << i;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(Transports, tellADispatcherWhoCalls) {
     Client first(listener_);
     Client second(listener_);

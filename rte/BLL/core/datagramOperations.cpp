@@ -1,5 +1,7 @@
 #include "rte/BLL/core/datagramOperations.h"
 
+#include <netinet/udp.h>
+
 #include <cstring>
 #include <utility>
 
@@ -32,6 +34,10 @@ DatagramOperations::DatagramOperations(SVCXPRT* transport)
     const int off = 0;
     ::setsockopt(transport->xp_fd, IPPROTO_IP, IP_PKTINFO, &off, sizeof off);
     ::setsockopt(transport->xp_fd, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+    // An older kernel does not know the option, and would send replies that are to be taken apart as one.
+    int segment = 0;
+    socklen_t size = sizeof segment;
+    segments_ = ::getsockopt(transport->xp_fd, SOL_UDP, UDP_SEGMENT, &segment, &size) == 0;
     operations().xp_recv = receive;
     operations().xp_stat = status;
     operations().xp_getargs = decodeArguments;
@@ -120,21 +126,67 @@ bool_t DatagramOperations::reply(SVCXPRT* transport, rpc_msg* message) {
     return TRUE;
 }
 
-void DatagramOperations::sendReplies(int descriptor) {
-    // One that cannot be sent is lost, as any datagram may be; those after it are not.
-    if (replies_.count == 1) {  // is cheaper that way, which a client notices that makes one call at a time
-        ::sendto(descriptor, replies_.pieces[0].iov_base, replies_.pieces[0].iov_len,
-                 MSG_DONTWAIT | MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&replies_.peers[0]),
-                 sizeof replies_.peers[0]);
-        replies_.count = 0;
+std::size_t DatagramOperations::runFrom(std::size_t first) const {
+    const auto alike = [this, first](std::size_t other) {
+        return replies_.pieces[other].iov_len == replies_.pieces[first].iov_len &&
+               std::memcmp(&replies_.peers[other], &replies_.peers[first], sizeof(sockaddr_in)) == 0;
+    };
+    std::size_t next = first + 1;
+    while (segments_ && next < replies_.count && alike(next)) {
+        ++next;
     }
-    for (std::size_t sent = 0; sent < replies_.count;) {
-        const int count =
-            ::sendmmsg(descriptor, &replies_.headers.at(sent),
-                       static_cast<unsigned int>(replies_.count - sent), MSG_DONTWAIT | MSG_NOSIGNAL);
-        sent += count > 0 ? static_cast<std::size_t>(count) : 1;
+    return next - first;
+}
+
+std::size_t DatagramOperations::gatherRuns() {
+    std::size_t runs = 0;
+    for (std::size_t first = 0, length = 0; first < replies_.count; first += length) {
+        length = runFrom(first);
+        Run& run = runs_[runs];
+        msghdr& message = (runHeaders_[runs++].msg_hdr = {});
+        message.msg_name = &replies_.peers[first];
+        message.msg_namelen = sizeof replies_.peers[first];
+        message.msg_iov = &replies_.pieces[first];
+        message.msg_iovlen = length;
+        if (length > 1) {
+            message.msg_control = run.control.data();
+            message.msg_controllen = run.control.size();
+            cmsghdr* option = CMSG_FIRSTHDR(&message);
+            option->cmsg_level = SOL_UDP;
+            option->cmsg_type = UDP_SEGMENT;
+            option->cmsg_len = CMSG_LEN(sizeof(std::uint16_t));
+            const auto size = static_cast<std::uint16_t>(replies_.pieces[first].iov_len);
+            std::memcpy(CMSG_DATA(option), &size, sizeof size);
+        }
+    }
+    return runs;
+}
+
+void DatagramOperations::sendReplies(int descriptor) {
+    if (replies_.count == 1) {  // is cheaper that way, which a client notices that makes one call at a time
+        sendSingly(descriptor, replies_.headers[0].msg_hdr);
+        replies_.count = 0;
+        return;
+    }
+    const std::size_t runs = gatherRuns();
+    for (std::size_t sent = 0; sent < runs;) {
+        const int count = ::sendmmsg(descriptor, &runHeaders_[sent], static_cast<unsigned int>(runs - sent),
+                                     MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (count > 0) {
+            sent += static_cast<std::size_t>(count);
+        } else {
+            sendSingly(descriptor, runHeaders_[sent++].msg_hdr);
+        }
     }
     replies_.count = 0;
+}
+
+void DatagramOperations::sendSingly(int descriptor, const msghdr& message) {
+    // One that cannot be sent is lost, as any datagram may be; those after it are not.
+    for (const iovec& piece : std::span(message.msg_iov, message.msg_iovlen)) {
+        ::sendto(descriptor, piece.iov_base, piece.iov_len, MSG_DONTWAIT | MSG_NOSIGNAL,
+                 static_cast<const sockaddr*>(message.msg_name), message.msg_namelen);
+    }
 }
 
 bool_t DatagramOperations::freeArguments(SVCXPRT* transport, xdrproc_t routine, void* arguments) {

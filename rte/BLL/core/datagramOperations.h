@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 
@@ -17,7 +18,7 @@ namespace rte {
 /// Serves the datagrams of a UDP transport of the RPC library. Up to 16 are taken, served and answered at a
 /// time, and up to 64 before the receive loop looks at other transports. Each is decoded within its own
 /// length; the library's own operations decode from a buffer in which the end of an earlier request may lie
-/// behind a short one. Datagrams of any length are taken whole; a reply has room for as many bytes as with
+/// after a short one. Datagrams of any length are taken whole; a reply has room for as many bytes as with
 /// the library.
 class DatagramOperations : public AdoptedTransport {
 public:
@@ -41,6 +42,14 @@ private:
     bool begin(SVCXPRT* transport, std::size_t index, rpc_msg* message);
     void sendReplies(int descriptor);
 
+    /// How many replies from `first` on are of one length and for one client. They pass through the kernel as
+    /// one, which takes them apart where they are received.
+    std::size_t runFrom(std::size_t first) const;
+
+    /// Makes a message of each run; gives their number.
+    std::size_t gatherRuns();
+    static void sendSingly(int descriptor, const msghdr& message);
+
     /// Datagrams that are moved by one system call.
     struct Batch {
         explicit Batch(std::size_t room);
@@ -56,6 +65,12 @@ private:
     int batches_ = 0;       ///< of the turn
     CallMessage call_;
     Batch replies_;
+    struct Run {
+        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(std::uint16_t))> control{};
+    };
+    bool segments_ = false;  ///< whether the kernel takes a run as one
+    std::array<Run, kBatch> runs_{};
+    std::array<mmsghdr, kBatch> runHeaders_{};
 };
 
 }  // namespace rte
