@@ -6,8 +6,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "common/errors.h"
+#include "common/refusal.h"
 #include "common/terminal.h"
 #include "common/text.h"
 
@@ -35,10 +37,30 @@ const CLI::App& reachedCommand(const CLI::App& app) {
     return *at;
 }
 
-/// The command as a person would type it.
-std::string typedCommand(const CLI::App& command) {
+/// The command as a person would type it behind the program's name; empty for the program itself.
+std::string commandWords(const CLI::App& command) {
     const CLI::App* parent = command.get_parent();
-    return parent == nullptr ? command.get_name() : typedCommand(*parent) + " " + command.get_name();
+    if (parent == nullptr) {
+        return "";
+    }
+    const std::string before = commandWords(*parent);
+    return before.empty() ? command.get_name() : before + " " + command.get_name();
+}
+
+/// Whether a line asks for JSON that is not understood as a whole: what follows the fault was not parsed.
+bool asksForJson(std::span<char* const> words) {
+    std::string before;
+    for (const std::string word : words) {
+        if (word == "--") {
+            return false;
+        }
+        if (word == "--json" || word == "-ojson" || word == "--output=json" ||
+            (word == "json" && (before == "-o" || before == "--output"))) {
+            return true;
+        }
+        before = word;
+    }
+    return false;
 }
 
 std::string describe(const CLI::App& app, const CLI::ParseError& error) {
@@ -159,16 +181,26 @@ Format CommandLine::format() const {
 int CommandLine::run(int argc, char** argv, const std::function<int()>& action) {
     const PrintableOutput output(std::cout, STDOUT_FILENO);
     const PrintableOutput errors(std::cerr, STDERR_FILENO);
-    const auto failed = [this](int status, const std::string& why) {
+    const auto told = [this](int status, const std::string& why) {
         std::cerr << app_->get_name() << ": " << why << '\n';
         return status;
     };
-    const auto finish = [&failed](int status) {
+    const auto failed = [&](int status, const char* name, const std::string& why, const std::string& hint,
+                            bool json) {
+        const std::string request = commandWords(reachedCommand(*app_));
+        if (json) {
+            std::cout << jsonForOutput(refusalToJson({{}, name, request, why, hint})) << '\n';
+            std::cout.flush();
+        }
+        return told(status, hint.empty() ? why : why + " (" + hint + ")");
+    };
+    const auto finish = [&told](int status) {
         std::cout.flush();
         return std::cout || status != kCarriedOut || hasReadEnough(STDOUT_FILENO)
                    ? status
-                   : failed(kRefused, "standard output cannot be written");
+                   : told(kRefused, "standard output cannot be written");
     };
+    const auto isJson = [this] { return format() == Format::json; };
     try {
         app_->parse(argc, argv);
         return finish(action());
@@ -177,14 +209,16 @@ int CommandLine::run(int argc, char** argv, const std::function<int()>& action) 
             app_->exit(error);
             return finish(kCarriedOut);
         }
-        return failed(kUsage,
-                      describe(*app_, error) + " (see " + typedCommand(reachedCommand(*app_)) + " --help)");
+        const std::string words = commandWords(reachedCommand(*app_));
+        const std::string help = "see " + app_->get_name() + (words.empty() ? "" : " " + words) + " --help";
+        const std::span<char* const> line(argv, static_cast<std::size_t>(argc));
+        return failed(kUsage, kUsageName, describe(*app_, error), help, asksForJson(line));
     } catch (const UsageError& error) {
-        return failed(kUsage, error.what());
+        return failed(kUsage, kUsageName, error.what(), "", isJson());
     } catch (const NoAnswer& error) {
-        return failed(kNoAnswer, error.what());
+        return failed(kNoAnswer, kNoAnswerName, error.what(), "", isJson());
     } catch (const std::exception& error) {
-        return failed(kRefused, error.what());
+        return failed(kRefused, kErrorName, error.what(), "", isJson());
     }
 }
 

@@ -102,7 +102,8 @@ public:
     /// Parses the line. A request for help prints it and gives kCarriedOut; a line that is not understood
     /// gives kUsage after one line on standard error. Otherwise runs `action` and turns what it throws
     /// (UsageError, NoAnswer) into a line on standard error and an exit status; what it returns is the status
-    /// else. Output that could not be written makes a carried-out command fail.
+    /// else. Where JSON is asked for, whatever is told on standard error is also told on standard output
+    /// (refusalToJson). Output that could not be written makes a carried-out command fail.
     int run(int argc, char** argv, const std::function<int()>& action);
 
 private:

@@ -9,6 +9,7 @@
 
 #include "common/errors.h"
 #include "common/name.h"
+#include "common/refusal.h"
 #include "common/table.h"
 #include "common/terminal.h"
 #include "common/text.h"
@@ -101,11 +102,26 @@ Fields fieldsOf(const Json& record) {
 
 }  // namespace
 
+namespace {
+
+std::string textOf(const Json& object, const char* key) {
+    return object.contains(key) && object[key].is_string() ? object[key].get<std::string>() : std::string();
+}
+
+/// The names of the channel's own results.
+const char* channelResultName(const Json& result) {
+    if (result == 0) {
+        return "failed";  // it was begun, and part of it could not be done
+    }
+    if (result == 1) {
+        return "refused";
+    }
+    return result == 2 ? "unknownCommand" : "result";
+}
+
+}  // namespace
+
 std::string refusalText(const Json& answer) {
-    const auto textOf = [](const Json& object, const char* key) {
-        return object.contains(key) && object[key].is_string() ? object[key].get<std::string>()
-                                                               : std::string();
-    };
     const std::string text = textOf(answer, "text");
     if (answer["result"] != 0) {
         return text.empty() ? "result " + answer["result"].dump() : text;
@@ -164,6 +180,27 @@ void printReply(std::ostream& out, const Json& answer) {
     out << common::nameFromJson(arguments["reply"]).value_or(arguments["reply"].dump());
 }
 
+Json refusalDocument(const Json& answer, const std::string& words) {
+    Json arguments = answer.value("arguments", Json::object());
+    const bool fromTheModule = answer["result"] == 0 && arguments.is_object() && arguments.contains("res") &&
+                               arguments["res"].is_number_integer();
+    const std::string text = textOf(answer, "text");
+    common::Refusal refusal;
+    refusal.result = (fromTheModule ? arguments["res"] : answer["result"]).get<std::int64_t>();
+    refusal.resultName = fromTheModule ? textOf(arguments, "resName") : channelResultName(answer["result"]);
+    refusal.request = words;
+    refusal.text = text.empty() ? refusalText(answer) : text;
+    Json document = common::refusalToJson(refusal);
+    if (arguments.is_object() && arguments.contains("explanation")) {
+        document["explanation"] = std::move(arguments["explanation"]);
+        arguments.erase("explanation");
+    }
+    if (!arguments.empty()) {
+        document["arguments"] = std::move(arguments);
+    }
+    return document;
+}
+
 int report(const std::string& line, const std::string& words, Print print, common::Format format) {
     const Json answer = Json::parse(line, nullptr, false);
     if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
@@ -172,7 +209,7 @@ int report(const std::string& line, const std::string& words, Print print, commo
     }
     const std::string refusal = refusalText(answer);
     if (format == common::Format::json) {
-        std::cout << common::jsonForOutput(answer) << '\n';
+        std::cout << common::jsonForOutput(refusal.empty() ? answer : refusalDocument(answer, words)) << '\n';
     } else if (refusal.empty()) {
         print(std::cout, answer);
     }

@@ -14,6 +14,10 @@ using Json = nlohmann::ordered_json;
 /// out.
 std::string refusalText(const Json& answer);
 
+/// What a refusal prints as JSON: the shape of common::refusalToJson, with the answer's explanation where it
+/// has one and the rest of its arguments. `words` is what was asked.
+Json refusalDocument(const Json& answer, const std::string& words);
+
 /// Prints an answer for people: single values as lines, lists of records as tables, the text where there is
 /// nothing else.
 void printAnswer(std::ostream& out, const Json& answer);
@@ -24,8 +28,9 @@ void printReply(std::ostream& out, const Json& answer);
 /// How an answer is shown to people.
 using Print = void (*)(std::ostream& out, const Json& answer);
 
-/// Prints the line that answered the command `words`, what it refuses on standard error; gives the exit
-/// status. Throws common::NoAnswer for what is no answer of the control channel.
+/// Prints the line that answered the command `words`, what it refuses on standard error, and in JSON on
+/// standard output too; gives the exit status. Throws common::NoAnswer for what is no answer of the control
+/// channel.
 int report(const std::string& line, const std::string& words, Print print, common::Format format);
 
 }  // namespace oltctl

@@ -130,7 +130,8 @@ int main(int argc, char** argv) {
     const Command app = line.commands();
     app.footer(
         R"(Exit status: 0 carried out, 1 refused by oltmgrd or the module (what they said is printed), 2 usage, 3 no answer.
-JSON output is the whole answer: result, text and arguments.)");
+JSON output is the whole answer: result, text and arguments. Of what is not carried out it is one document: result,
+resultName, request, text, hint, and explanation and arguments where there are any.)");
     const Given path =
         app.option("--control", "PATH", "Socket of oltmgrd's control channel", common::defaultControlPath());
     const Given timeout = app.option("--timeout", "S", "Seconds to wait for the answer", "60");

@@ -16,7 +16,9 @@ int main(int argc, char** argv) {
     const common::Command app = line.commands();
     app.footer(
         R"(Asks RPC program 536870950 (0x20000026) version 1 on this host, through the portmapper unless --port is given.
-Exit status: 0 carried out, 1 refused by the module (its result is printed), 2 usage, 3 no answer.)");
+Exit status: 0 carried out, 1 refused by the module (its result is printed), 2 usage, 3 no answer.
+JSON output of what is not carried out is one document: result, resultName, request, text, hint, and an explanation
+where the rules of the module give one.)");
 
     const common::Given transport = app.choice("--transport", {"tcp", "udp"}, "How to ask", "tcp");
     const common::Given port =

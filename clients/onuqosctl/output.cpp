@@ -5,6 +5,7 @@
 
 #include "common/errors.h"
 #include "common/name.h"
+#include "common/refusal.h"
 #include "common/terminal.h"
 #include "common/text.h"
 
@@ -67,11 +68,8 @@ int report(const Refusal& refusal, common::Format format) {
     const std::string name = resultName(refusal.family, refusal.result);
     const std::string meaning = resultMeaning(refusal.family, refusal.result);
     if (format == common::Format::json) {
-        printJson(std::cout, {{"result", refusal.result},
-                              {"resultName", name},
-                              {"request", refusal.request},
-                              {"text", meaning},
-                              {"hint", refusal.hint}});
+        printJson(std::cout,
+                  common::refusalToJson({refusal.result, name, refusal.request, meaning, refusal.hint}));
     }
     std::cerr << "onuqosctl: " << refusal.request << ": " << name << " (" << refusal.result
               << "): " << meaning << '\n';

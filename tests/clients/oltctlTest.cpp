@@ -51,6 +51,26 @@ TEST(Refusal, IsToldByTheServerOrTheModule) {
     }
 }
 
+TEST(RefusalDocument, HasOneShapeForTheServerAndTheModule) {
+    constexpr std::pair<const char*, const char*> kCases[] = {
+        {R"j({"result": 1, "text": "interface: missing", "arguments": {}})j",
+         R"j({"result": 1, "resultName": "refused", "request": "x y", "text": "interface: missing", "hint": ""})j"},
+        {R"j({"result": 2, "text": "\u00fc"})j",
+         R"j({"result": 2, "resultName": "unknownCommand", "request": "x y", "text": "\u00fc", "hint": ""})j"},
+        {R"j({"result": 0, "text": "", "arguments": {"res": 9, "resName": "onuQosResRateError", "a": 1,
+             "explanation": {"reason": "r"}}})j",
+         R"j({"result": 9, "resultName": "onuQosResRateError", "request": "x y", "text": "onuQosResRateError (9)",
+             "hint": "", "explanation": {"reason": "r"},
+             "arguments": {"res": 9, "resName": "onuQosResRateError", "a": 1}})j"},
+        {R"j({"result": 0, "text": "failed: x", "arguments": {"ok": false}})j",
+         R"j({"result": 0, "resultName": "failed", "request": "x y", "text": "failed: x", "hint": "",
+             "arguments": {"ok": false}})j"},
+    };
+    for (const auto& [answer, document] : kCases) {
+        EXPECT_EQ(oltctl::refusalDocument(Json::parse(answer), "x y"), Json::parse(document)) << answer;
+    }
+}
+
 std::string printed(const char* answer) {
     std::ostringstream out;
     oltctl::printAnswer(out, Json::parse(answer));

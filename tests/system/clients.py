@@ -85,6 +85,17 @@ class ClientTest(harness.DaemonTest):
         self.assertIn(hint, answer.err)
         return refusal
 
+    def told(self, answer, status, result, name, request):
+        """What a client prints with --json of what it did not carry out."""
+        self.assertEqual(answer.status, status, answer.command)
+        document = answer.json()
+        self.assertEqual(list(document)[:5], ["result", "resultName", "request", "text", "hint"])
+        self.assertLessEqual(set(document) - {"explanation", "arguments"},
+                             {"result", "resultName", "request", "text", "hint"})
+        self.assertEqual((document["result"], document["resultName"], document["request"]), (result, name, request))
+        self.assertNotEqual(document["text"], "")
+        return document
+
     def names(self, transport, family):
         return [profile["name"] for profile in self.ask(transport, family, "list")["profiles"]]
 

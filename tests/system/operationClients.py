@@ -74,9 +74,10 @@ class AdmissionTest(ClientTest):
         for options, name in [(["--tcont-profile", "nobody"], "onuQosResNotFound"),
                               (["--term-point-type", "3"], "onuQosResError")]:
             answer = self.apply(101, "internet", *options)
-            self.assertEqual((answer.status, answer.json()["result"], answer.json()["arguments"]["resName"]),
-                             (1, 0, name))
-            self.assertRegex(answer.err, rf"^oltctl: service apply: {name} \(\d+\)\n$")
+            number = {"onuQosResNotFound": 5, "onuQosResError": 1}[name]
+            document = self.told(answer, 1, number, name, "service apply")
+            self.assertEqual((document["arguments"]["res"], document["arguments"]["resName"]), (number, name))
+            self.assertRegex(answer.err, rf"^oltctl: service apply: {name} \({number}\)\n$")
 
     def test_violation_alarm_and_unknown_figures(self):
         self.good(self.apply(101, "internet"))
@@ -165,6 +166,10 @@ class ModuleTest(ClientTest):
                 answer = run([self.client("onuqosctl"), "--transport", transport, "--port", free, "state"])
                 self.assertEqual((answer.status, answer.out), (3, ""))
                 self.assertRegex(answer.err, r"^onuqosctl: nothing listens on .*oltmgrd.*\n$")
+                document = run([*answer.command, "--json"])
+                self.assertEqual(document.err, answer.err)
+                document = self.told(document, 3, None, "noAnswer", "state")
+                self.assertEqual(answer.err, f"onuqosctl: {document['text']}\n")
         self.daemon.process.send_signal(signal.SIGSTOP)
         self.addCleanup(self.daemon.process.send_signal, signal.SIGCONT)
         for transport, _ in BOTH:
@@ -174,6 +179,9 @@ class ModuleTest(ClientTest):
         answer = self.oltctl("--timeout", "0.2", "status")
         self.assertEqual(answer.status, 3)
         self.assertRegex(answer.err, r"^oltctl: control path .*no answer in time.*\n$")
+        document = self.told(self.oltctl("--timeout", "0.2", "--json", "service", "list"), 3, None, "noAnswer",
+                             "service list")
+        self.assertEqual(answer.err, f"oltctl: {document['text']}\n")
 
     def test_over_udp_reads_are_repeated_and_changes_sent_once(self):
         def ask(command, timeout):
@@ -249,6 +257,7 @@ class ModuleTest(ClientTest):
             answer = run([self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), *arguments])
             self.assertEqual((answer.status, answer.out), (2, ""), arguments)
             self.assertRegex(answer.err, r"^onuqosctl: [^\n]+\n$", arguments)
+            self.usage_told_as_json(answer)
         for arguments in [[], ["service"], ["service", "apply", "1"], ["port", "distance", "1", "x", "2"],
                           ["onu", "config-event", "101", "maybe"], ["call", "status", "[]"], ["call", "status", "{"],
                           ["--control", "/" + "x" * 200, "status"], ["nonsense"],
@@ -256,6 +265,21 @@ class ModuleTest(ClientTest):
             answer = self.oltctl(*arguments)
             self.assertEqual((answer.status, answer.out), (2, ""), arguments)
             self.assertRegex(answer.err, r"^oltctl: [^\n]+\n$", arguments)
+            self.usage_told_as_json(answer)
+
+    def usage_told_as_json(self, answer):
+        """The same in JSON, wherever on the line it is asked for."""
+        program, *arguments = answer.command
+        for more in ((["--json"], []), ([], ["--json"]), (["-o", "json"], []), ([], ["--output=json"])):
+            if "-o" in arguments and more[1] != ["--json"]:
+                continue
+            with self.subTest(arguments=arguments, more=more):
+                document = run([program, *more[0], *arguments, *more[1]])
+                self.assertEqual(document.err, answer.err)
+                told = self.told(document, 2, None, "usage", document.json()["request"])
+                self.assertIn(told["request"], " ".join(arguments))
+                hint = f" ({told['hint']})" if told["hint"] else ""
+                self.assertEqual(f"{os.path.basename(program)}: {told['text']}{hint}\n", answer.err)
 
 
 class OperatorTest(ClientTest):
@@ -368,7 +392,7 @@ class OperatorTest(ClientTest):
                                         (["log-level", '{"level": "high"}'], 1, "level"),
                                         (["status", '{"more": 1}'], 1, "more")]:
             answer = self.oltctl("--json", "call", *arguments)
-            self.assertEqual((answer.status, answer.json()["result"]), (1, status))
+            self.told(answer, 1, status, {1: "refused", 2: "unknownCommand"}[status], "call " + arguments[0])
             self.assertRegex(answer.err, rf"^oltctl: .*{text}.*\n$")
 
     def test_names_in_use_by_service_profiles(self):
