@@ -39,7 +39,7 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionFieldSet(onuFlowProfileInfo& profi
                                                        onuFlowProfileOperation operation) {
     const bool sets = operation == onuFlowProfileOperationAdd || operation == onuFlowProfileOperationSet;
     std::uint32_t& wanted = action.*field.value;
-    if (field.isRate) {
+    if (rules::isFlowRate(field.field)) {
         wanted = onuQosRoundRateOnuFlow(wanted);
     }
     if (!sets) {
@@ -48,12 +48,10 @@ onuQos::onuQosRes onuQos::onuFlowProfileActionFieldSet(onuFlowProfileInfo& profi
     if (wanted == profile.action.*field.value) {
         return onuQosResOk;
     }
-    if (sets && !inDomain(field, wanted)) {
-        return onuQosResOutOfRange;
-    }
-    if (sets && field.crosses != nullptr && field.crosses(profile.action, wanted) &&
-        !configurationApplying()) {
-        return onuQosResGuarAbovePeak;
+    const rules::FlowVerdict verdict = flowVerdict(field, wanted, &profile.action);
+    const bool crosses = verdict.reason == rules::FlowReason::guaranteedAbovePeak;
+    if (sets && !verdict && !(crosses && configurationApplying())) {
+        return resultOf(verdict.result());
     }
     onuQosOMApi::onuQosOMApiFlowProfileAction om{};
     if (onuFlowProfileActionToOMApi(action, om) != onuQosResOk) {

@@ -45,7 +45,7 @@ onuQos::onuQosRes wantedGet(const onuQos& module, const Info* stored, const Info
             continue;
         }
         const std::uint32_t value = wanted.action.*field.value = info.action.*field.value;
-        if (!inDomain(field, value)) {
+        if (!flowVerdict(field, value, nullptr)) {
             logError(kOperation, field.domainError, value);
             return onuQos::onuQosResOutOfRange;
         }

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <bitset>
 #include <cstdint>
+#include <optional>
 #include <vector>
+
+#include "onuqos/rules/classLimits.h"
+#include "onuqos/rules/result.h"
 
 /// What is true of the fields of ONU flow profiles. Rates in kbit/s.
 namespace rules {
@@ -26,6 +31,67 @@ constexpr std::uint32_t flowRateRounded(std::uint32_t rate) {
 }
 
 static_assert(flowRateRounded(0) == 0 && flowRateRounded(65) == 128 && flowRateRounded(0xFFFFFFFF) == 0);
+
+/// The four values of an action, in the order in which they are set.
+enum class FlowField : std::uint8_t { guaranteedRate, peakRate, priorityUp, priorityDown };
+
+constexpr bool isFlowRate(FlowField field) {
+    return field == FlowField::guaranteedRate || field == FlowField::peakRate;
+}
+
+/// Why a value of a profile is wrong.
+enum class FlowReason : std::uint8_t { none, belowLeast, aboveMost, guaranteedAbovePeak };
+
+/// Whether one value of an action may be set, with the numbers that decide.
+struct FlowVerdict {
+    FlowReason reason = FlowReason::none;
+    std::uint32_t least = 0;
+    std::uint32_t most = 0;
+    std::uint32_t step = 0;
+    std::optional<std::uint32_t> nearestBelow;  ///< of a value that is refused
+    std::optional<std::uint32_t> nearestAbove;
+
+    constexpr explicit operator bool() const { return reason == FlowReason::none; }
+
+    constexpr Result result() const {
+        switch (reason) {
+            case FlowReason::none:
+                return Result::ok;
+            case FlowReason::guaranteedAbovePeak:
+                return Result::guarAbovePeak;
+            default:
+                return Result::outOfRange;
+        }
+    }
+};
+
+/// `value` is compared as it stands: a setter rounds rates before. `other` is the peak rate for the
+/// guaranteed one and the other way round; nothing where they are not compared.
+constexpr FlowVerdict flowVerdict(FlowField field, std::uint32_t value, std::optional<std::uint32_t> other,
+                                  const ClassLimits& limits) {
+    const bool isRate = isFlowRate(field);
+    FlowVerdict verdict;
+    verdict.least = isRate ? kFlowRateMin : 0;
+    verdict.most = isRate ? limits.rateMax : kPriorityMax;
+    verdict.step = isRate ? kFlowRateStep : 1;
+    if (value < verdict.least) {
+        verdict.reason = FlowReason::belowLeast;
+    } else if (value > verdict.most) {
+        verdict.reason = FlowReason::aboveMost;
+    } else if (isRate && other && (field == FlowField::guaranteedRate ? value > *other : value < *other)) {
+        verdict.reason = FlowReason::guaranteedAbovePeak;
+    }
+    if (isRate && other) {
+        std::uint32_t& bound = field == FlowField::guaranteedRate ? verdict.most : verdict.least;
+        bound = std::clamp(*other, verdict.least, verdict.most);
+    }
+    if (!verdict && value > verdict.most) {
+        verdict.nearestBelow = verdict.most;
+    } else if (!verdict) {
+        verdict.nearestAbove = verdict.least;
+    }
+    return verdict;
+}
 
 constexpr bool pcpValid(std::uint32_t pcp) {
     return pcp == kPcpNone || pcp <= kPriorityMax;

@@ -231,6 +231,15 @@ constexpr NearestRates nearestLegal(const RateRange& range, const ClassLimits& l
     return nearest;
 }
 
+/// The least and the most of a range that can be stored, 0 left aside; nothing where there is none.
+constexpr std::optional<std::pair<std::uint32_t, std::uint32_t>> storedBounds(const RateRange& range,
+                                                                              const ClassLimits& limits,
+                                                                              onuTContProfileRateType type) {
+    const std::uint32_t least = tContRateRounded(limits, type, range.least);
+    const std::uint32_t most = range.most - range.most % tContRateStep(limits, type, range.most);
+    return least <= most ? std::optional(std::pair(least, most)) : std::nullopt;
+}
+
 /// Whether one rate of a profile may be set while the others stay or follow it, with the numbers that decide.
 struct RateVerdict {
     RateReason reason = RateReason::none;

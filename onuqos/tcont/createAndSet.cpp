@@ -1,6 +1,6 @@
-#include <array>
-#include <span>
+#include <optional>
 
+#include "onuqos/rules/tContRequest.h"
 #include "onuqos/support/log.h"
 #include "onuqos/tcont/rates.h"
 
@@ -9,30 +9,6 @@ namespace {
 constexpr const char* kOperation = "tContProfileCreateAndSet";
 
 using RateRules = std::map<onuTContProfileType, onuTContProfileRates>;
-
-/// The orders in which rates are written. They suit a rise or a fall of the whole, not every exchange between
-/// fixed and assured: each step has to keep the rules of the type.
-constexpr std::array kMaximumAssuredFixed{&kTContMaximumRate, &kTContAssuredRate, &kTContFixedRate};
-constexpr std::array kMaximumAssured{&kTContMaximumRate, &kTContAssuredRate};
-constexpr std::array kAssuredMaximum{&kTContAssuredRate, &kTContMaximumRate};
-constexpr std::array kFixedAssuredMaximum{&kTContFixedRate, &kTContAssuredRate, &kTContMaximumRate};
-constexpr std::array kMaximumFixedAssured{&kTContMaximumRate, &kTContFixedRate, &kTContAssuredRate};
-
-/// Which order suits a profile that is to become `wanted`. A lower maximum comes last, a higher one first.
-std::span<const TContRate* const> writeOrder(bool existed, const tContProfileInfo& stored,
-                                             const tContProfileInfo& wanted) {
-    if (existed && wanted.tContType == tContType3) {
-        return stored.assuredRate + rules::kTContRateMargin <= wanted.maximumRate
-                   ? std::span<const TContRate* const>(kMaximumAssured)
-                   : kAssuredMaximum;
-    }
-    if (existed && wanted.tContType == tContType5) {
-        return wanted.maximumRate < stored.fixedRate + stored.assuredRate + rules::kTContRateMargin
-                   ? std::span<const TContRate* const>(kFixedAssuredMaximum)
-                   : kMaximumFixedAssured;
-    }
-    return kMaximumAssuredFixed;
-}
 
 /// What a profile is to become: what `mask` selects of `info`, else what is `stored`, if it is, or the
 /// default.
@@ -57,32 +33,32 @@ onuQos::onuQosRes wantedGet(onuQos& module, const RateRules& rateRules, const tC
         wanted.tContType = stored->tContType;
     }
 
-    const auto rates = rowOf(rateRules, wanted.tContType);
-    const auto& limits = rules::limitsOf(onuQos::TCONT_RATE_GRANULARITY);
     const bool keepsType = stored != nullptr && stored->tContType == wanted.tContType;
-    for (const TContRate& row : kTContRates) {
-        const std::uint32_t least = rates.*row.kind.least;
-        if ((mask & row.kind.parm) == 0) {
-            wanted.*row.kind.stored = keepsType ? stored->*row.kind.stored : least;
-            continue;
-        }
-        const std::uint32_t value = info.*row.kind.stored;
-        if (value != 0 && rules::tContRateBound(least, value, limits) != rules::RateReason::none) {
-            logError(kOperation, row.domainError, value);
-            return onuQos::onuQosResOutOfRange;
-        }
-        if (!(rates.*row.kind.configurable) && value != least) {
+    const rules::TContRequest request{
+        .type = wanted.tContType,
+        .asked = rules::ratesOf(info),
+        .mask = mask,
+        .kept = keepsType ? std::optional(rules::ratesOf(*stored)) : std::nullopt};
+    const auto verdict = rules::tContRequestVerdict(
+        rowOf(rateRules, wanted.tContType), request, rules::limitsOf(onuQos::TCONT_RATE_GRANULARITY),
+        [&module](std::uint32_t rate, onuTContProfileRateType type) {
+            return module.onuQosRoundRateTcont(rate, type);
+        });
+    if (verdict.kind != nullptr) {
+        const TContRate& row = kTContRates.at(verdict.kind->type);
+        if (verdict.reason == rules::RateReason::notCarried) {
             logError(kOperation, row.notConfigurable);
-            return onuQos::onuQosResOutOfRange;
+        } else {
+            logError(kOperation, row.domainError, info.*row.kind.stored);
         }
-        wanted.*row.kind.stored = module.onuQosRoundRateTcont(value, row.kind.type);
+        return resultOf(verdict.result());
     }
-    if (wanted.tContType == tContType1 || wanted.tContType == tContType2) {
-        wanted.maximumRate = wanted.tContType == tContType1 ? wanted.fixedRate : wanted.assuredRate;
+    for (const TContRate& row : kTContRates) {
+        wanted.*row.kind.stored = verdict.rates.*row.kind.value;
     }
 
     const char* text = nullptr;
-    switch (rules::tContRatesReason(wanted.tContType, rules::ratesOf(wanted))) {
+    switch (verdict.reason) {
         case rules::RateReason::none:
             return onuQos::onuQosResOk;
         case rules::RateReason::type3Maximum:
@@ -98,7 +74,7 @@ onuQos::onuQosRes wantedGet(onuQos& module, const RateRules& rateRules, const tC
             return onuQos::onuQosResError;
     }
     logError(kOperation, text);
-    return onuQos::onuQosResRateError;
+    return resultOf(verdict.result());
 }
 
 /// The steps from `stored`, the record in the table, to `wanted`.
@@ -123,13 +99,15 @@ onuQos::onuQosRes wantedSet(onuQos& module, const RateRules& rateRules, const tC
     }
 
     const auto rates = rowOf(rateRules, wanted.tContType);
-    for (const TContRate* row : writeOrder(existed, stored, wanted)) {
-        if ((mask & row->kind.parm) == 0 || !(rates.*row->kind.configurable)) {
+    for (const rules::TContRateKind* kind :
+         rules::tContWriteOrder(existed, wanted.tContType, rules::ratesOf(stored), rules::ratesOf(wanted))) {
+        const TContRate& row = kTContRates.at(kind->type);
+        if ((mask & kind->parm) == 0 || !(rates.*kind->configurable)) {
             continue;
         }
-        const onuQos::onuQosRes res = (module.*row->set)(name, wanted.*row->kind.stored);
+        const onuQos::onuQosRes res = (module.*row.set)(name, wanted.*kind->stored);
         if (res != onuQos::onuQosResOk) {
-            logError(kOperation, row->setError, name, ", rate=", wanted.*row->kind.stored);
+            logError(kOperation, row.setError, name, ", rate=", wanted.*kind->stored);
             return res;
         }
     }
