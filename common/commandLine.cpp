@@ -214,7 +214,7 @@ int CommandLine::run(int argc, char** argv, const std::function<int()>& action) 
         const std::span<char* const> line(argv, static_cast<std::size_t>(argc));
         return failed(kUsage, kUsageName, describe(*app_, error), help, asksForJson(line));
     } catch (const UsageError& error) {
-        return failed(kUsage, kUsageName, error.what(), "", isJson());
+        return failed(kUsage, kUsageName, error.what(), error.hint(), isJson());
     } catch (const NoAnswer& error) {
         return failed(kNoAnswer, kNoAnswerName, error.what(), "", isJson());
     } catch (const std::exception& error) {

@@ -144,6 +144,7 @@ void printTable(std::ostream& out, const std::vector<PortState>& states, const C
         table.add(cells);
     }
     table.print(out);
+    out << "oltctl port show PORT tells what is committed on a port, its limits, and its ONUs and services\n";
 }
 
 /// Asks every port and prints one table or document. Gives the exit status.
@@ -231,6 +232,9 @@ void addCacCommand(const common::Command& app, Action& action) {
         "kbit/s; procedure 202 tells the class), so a port that the platform gives less never looks empty. "
         "What a port\n"
         "carries for fixed rates depends on its fibre distances: that bar needs --fixed-capacity.\n"
+        "This is all that the RPC program tells of a port; oltctl port show tells what is committed there, "
+        "the limits,\n"
+        "and the ONUs and services.\n"
         "With --watch, JSON is one document a line. Put PORTs before --watch.\n" +
         std::string(common::kRateHelp));
     does(command, action, [options](Session& session) { return show(session, options); });

@@ -4,18 +4,39 @@
 
 namespace onuqosctl {
 
+namespace {
+
+/// `text` with the commands of this client in it as `self` calls it.
+std::string addressed(std::string text, const std::string& self) {
+    const std::string command = "onuqosctl ";
+    for (std::size_t at = text.find(command); at != std::string::npos;
+         at = text.find(command, at + self.size())) {
+        text.replace(at, command.size() - 1, self);
+    }
+    return text;
+}
+
+}  // namespace
+
 void Session::require(Family family, std::int32_t result, const std::string& request,
                       const std::string& hint) const {
+    Explanation why;
+    why.hint = hint;
+    requireOr(family, result, request, std::move(why));
+}
+
+void Session::requireOr(Family family, std::int32_t result, const std::string& request,
+                        Explanation why) const {
     if (result == 0) {
         return;
     }
-    const std::string command = "onuqosctl ";
-    std::string addressed = hint.empty() ? resultHint(family, result) : hint;
-    for (std::size_t at = addressed.find(command); at != std::string::npos;
-         at = addressed.find(command, at + self.size())) {
-        addressed.replace(at, command.size() - 1, self);
+    if (why.hint.empty() && why.reason.empty()) {
+        why.hint = resultHint(family, result);
     }
-    throw Refusal{family, result, request, addressed};
+    for (std::string* text : {&why.hint, &why.command}) {
+        *text = addressed(*text, self);
+    }
+    throw Refusal{family, result, request, std::move(why)};
 }
 
 void does(const common::Command& command, Action& action, Action run) {

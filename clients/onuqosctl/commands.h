@@ -24,6 +24,8 @@ struct Session {
     /// commands of this client in it get the options that reach the same module.
     void require(Family family, std::int32_t result, const std::string& request,
                  const std::string& hint = "") const;
+    /// The same with a whole explanation.
+    void requireOr(Family family, std::int32_t result, const std::string& request, Explanation why) const;
 };
 
 /// The command the line names; it gives the exit status. Throws Refusal, common::UsageError,

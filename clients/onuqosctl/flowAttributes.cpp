@@ -14,19 +14,21 @@ using Kind = FlowAttribute::Kind;
 // clang-format off
 constexpr FlowAttribute kAttributes[] = {
     {"--vlan", "LIST", "Customer VLANs to match, for instance 10,100-199; an empty list matches none", Kind::vlans,
-     rpcOnuFlowProfileParmsCVlan, rpcOnuFlowProfileActionTypeNone, nullptr},
+     rpcOnuFlowProfileParmsCVlan, rpcOnuFlowProfileActionTypeNone, nullptr, {}},
     {"--pcp", "N|none", "Customer priority code point to match, 0 to 7", Kind::pcp,
-     rpcOnuFlowProfileParmsCPcp, rpcOnuFlowProfileActionTypeNone, nullptr},
+     rpcOnuFlowProfileParmsCPcp, rpcOnuFlowProfileActionTypeNone, nullptr, {}},
     {"--guaranteed", "RATE|default", "Guaranteed upstream rate", Kind::rateOrDefault,
-     rpcOnuFlowProfileParmsGuarRateUs, rpcOnuFlowProfileActionTypeGuarRateUs, &rpcOnuFlowProfileAction::guarRateUs},
+     rpcOnuFlowProfileParmsGuarRateUs, rpcOnuFlowProfileActionTypeGuarRateUs, &rpcOnuFlowProfileAction::guarRateUs,
+     rules::FlowField::guaranteedRate},
     {"--peak", "RATE|default", "Peak upstream rate", Kind::rateOrDefault,
-     rpcOnuFlowProfileParmsPeakRateUs, rpcOnuFlowProfileActionTypePeakRateUs, &rpcOnuFlowProfileAction::peakRateUs},
+     rpcOnuFlowProfileParmsPeakRateUs, rpcOnuFlowProfileActionTypePeakRateUs, &rpcOnuFlowProfileAction::peakRateUs,
+     rules::FlowField::peakRate},
     {"--priority-up", "N|default", "Upstream flow priority, 0 to 7", Kind::numberOrDefault,
      rpcOnuFlowProfileParmsFlowPriorityUs, rpcOnuFlowProfileActionTypeFlowPriorityUs,
-     &rpcOnuFlowProfileAction::flowPriorityUs},
+     &rpcOnuFlowProfileAction::flowPriorityUs, rules::FlowField::priorityUp},
     {"--priority-down", "N|default", "Downstream flow priority, 0 to 7", Kind::numberOrDefault,
      rpcOnuFlowProfileParmsFlowPriorityDs, rpcOnuFlowProfileActionTypeFlowPriorityDs,
-     &rpcOnuFlowProfileAction::flowPriorityDs},
+     &rpcOnuFlowProfileAction::flowPriorityDs, rules::FlowField::priorityDown},
 };
 // clang-format on
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/vlanList.h"
+#include "onuqos/rules/flowRules.h"
 
 namespace onuqosctl {
 
@@ -23,6 +24,7 @@ struct FlowAttribute {
     unsigned bit;  // in the mask of create-and-set
     rpcOnuFlowProfileActionType actionType;
     u_int rpcOnuFlowProfileAction::*field;  // null for what belongs to the rule
+    rules::FlowField ruleField{};           // of the action's fields
 
     [[nodiscard]] bool isRule() const { return field == nullptr; }
 };

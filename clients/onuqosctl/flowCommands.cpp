@@ -1,4 +1,5 @@
 #include "clients/onuqosctl/flowAttributes.h"
+#include "clients/onuqosctl/flowExplain.h"
 #include "clients/onuqosctl/flowProfile.h"
 #include "clients/onuqosctl/profileCommands.h"
 #include "onuqos/rules/flowRules.h"
@@ -9,17 +10,6 @@ namespace {
 
 using common::Command;
 using common::Given;
-
-constexpr const char* kVlanHint = "VLAN ids 1 to 4094 can be matched";
-
-/// The smallest and the largest VLAN id are reserved; the module refuses them without saying why.
-bool holdsReservedVlan(const common::VlanList& vlans) {
-    return !rules::vlansValid(vlans);
-}
-
-std::string vlanHint(std::int32_t result, const common::VlanList& vlans) {
-    return result == rpcOnuFlowProfileResError && holdsReservedVlan(vlans) ? kVlanHint : "";
-}
 
 std::int32_t setVlans(Session& session, const std::string& name, const common::VlanList& vlans,
                       rpcOnuFlowProfileOperation operation) {
@@ -63,6 +53,8 @@ struct Flow {
     using Assignment = FlowAssignment;
     static constexpr Family kFamily = Family::flow;
     static constexpr std::int32_t kExists = rpcOnuFlowProfileResExists;
+    static constexpr std::int32_t kApplied = rpcOnuFlowProfileResApplied;
+    static constexpr const char* kLost = "a restart does not bring them back";
     static constexpr const char* kWord = "flow";
     static constexpr const char* kKind = "ONU flow profile";
     static constexpr const char* kListHelp = "";
@@ -123,24 +115,53 @@ gives 128, where create and set --together refuse 100.
         }
     }
 
-    static std::string setterHint(Session& /*session*/, std::int32_t result, const std::string& /*name*/,
-                                  const Assignment& assignment) {
-        const std::string hint = vlanHint(result, assignment.vlans);
-        return hint.empty() ? resultHint(kFamily, result) : hint;
+    /// Asks for the profile as it is stored.
+    static Explanation explain(Session& session, std::int32_t result, const std::string& name,
+                               const Assignment& assignment) {
+        const bool aboutTheValue = result == rpcOnuFlowProfileResError ||
+                                   result == rpcOnuFlowProfileResOutOfRange ||
+                                   result == rpcOnuFlowProfileResGuarAbovePeak;
+        if (!aboutTheValue || assignment.attribute->isRule()) {
+            return aboutTheValue ? explainFlowSetter(result, name, assignment, {}, {}) : Explanation{};
+        }
+        const auto& reply = session.program.ask(get, name);
+        return resultOf(reply) == 0 ? explainFlowSetter(result, name, assignment, reply.info.action,
+                                                        askPortClass(session, requestText<Flow>("set", name)))
+                                    : tablesChanged(false, assignment.value);
     }
 
-    static void createAndSet(Session& session, const std::string& request, const std::string& name,
+    static std::vector<Rounding> roundings(Session& /*session*/, const Assignments<Flow>& assignments,
+                                           const Profile& profile) {
+        std::vector<Rounding> rounded;
+        for (const FlowAttribute& attribute : flowAttributes()) {
+            const auto given =
+                std::find_if(assignments.rbegin(), assignments.rend(),
+                             [&](const Assignment& each) { return each.attribute == &attribute; });
+            if (attribute.kind != FlowAttribute::Kind::rateOrDefault || given == assignments.rend() ||
+                given->toDefault) {
+                continue;
+            }
+            const std::uint32_t stored = rules::flowRateRounded(given->value);
+            if (stored != given->value && stored == profile.action.*attribute.field) {
+                rounded.push_back({attribute.option + 2, given->value, stored, rules::kFlowRateStep});
+            }
+        }
+        return rounded;
+    }
+
+    static std::string createNote(const Assignments<Flow>& /*assignments*/) { return ""; }
+
+    static void createAndSet(Session& session, const std::string& verb, const std::string& name,
                              const Assignments<Flow>& assignments, const Assignments<Flow>& /*afterwards*/,
-                             const Profile* /*stored*/) {
+                             const Profile* /*before*/) {
+        const std::string request = requestText<Flow>(verb.substr(0, verb.find(' ')), name);
         rpcOnuFlowProfileInfo record{};
         rpcOnuFlowProfileParmsMask mask = 0;
-        bool reservedVlan = false;
         for (const FlowAssignment& assignment : assignments) {
             const FlowAttribute& attribute = *assignment.attribute;
             mask |= attribute.bit;
             if (attribute.kind == FlowAttribute::Kind::vlans) {
                 rules::vlansToBitmap(assignment.vlans, record.rule.cVlan);
-                reservedVlan = holdsReservedVlan(assignment.vlans);
             } else if (attribute.kind == FlowAttribute::Kind::pcp) {
                 record.rule.cPcp = pcpOf(assignment);
             } else {
@@ -150,24 +171,35 @@ gives 128, where create and set --together refuse 100.
         }
         const auto result =
             resultOf(session.program.tell(rpc_onuflowprofile_create_and_set_1, name, record, mask));
-        std::string hint;
-        if (result == rpcOnuFlowProfileResOutOfRange && reservedVlan) {
-            hint = kVlanHint;
-        } else if (result == rpcOnuFlowProfileResGuarAbovePeak) {
-            hint =
-                "the peak rate must be at least the guaranteed rate; what is not given counts as it is "
-                "stored";
+        Explanation why;
+        if (result == rpcOnuFlowProfileResOutOfRange || result == rpcOnuFlowProfileResGuarAbovePeak) {
+            const auto& now = session.program.ask(get, name);
+            rpcOnuFlowProfileAction wanted =
+                resultOf(now) == 0 ? now.info.action : askDefaults(session, request);
+            for (const FlowAssignment& assignment : assignments) {
+                if (!assignment.attribute->isRule()) {
+                    wanted.*assignment.attribute->field = record.action.*assignment.attribute->field;
+                }
+            }
+            why = explainFlowRequest(result, "onuqosctl flow " + verb + " " + common::argumentForName(name),
+                                     assignments, wanted, askPortClass(session, request));
         }
-        session.require(kFamily, result, request, hint);
+        session.requireOr(kFamily, result, request, withNameHint<Flow>(std::move(why), result, name));
     }
 };
 
 /// Tells what came of changing one thing of a profile.
 int printOutcome(Session& session, const std::string& verb, const std::string& name, std::int32_t result,
-                 const std::string& hint = "") {
-    session.require(Family::flow, result, requestText<Flow>(verb, name),
-                    hint.empty() ? emptyNameHint(name) : hint);
-    return printChanged<Flow>(session, verb, name);
+                 const FlowAssignment& assignment) {
+    if (result != 0) {
+        session.requireOr(Family::flow, result, requestText<Flow>(verb, name),
+                          withNameHint<Flow>(Flow::explain(session, result, name, assignment), result, name));
+    }
+    return printChanged<Flow>(session, verb, name, {});
+}
+
+const FlowAttribute* attributeOf(FlowAttribute::Kind kind) {
+    return &*std::ranges::find(flowAttributes(), kind, &FlowAttribute::kind);
 }
 
 /// Adds a command with a NAME and a second argument; `run` gets both.
@@ -199,19 +231,20 @@ constexpr VlanVerb kVlanVerbs[] = {
 void addVlanCommands(const Command& flow, Action& action) {
     const Command vlan = flow.addGroup("vlan", "The customer VLANs a profile matches");
     for (const VlanVerb& verb : kVlanVerbs) {
-        addNameAndValueCommand(vlan, action, verb.word, verb.help, "LIST",
-                               "VLAN ids and ranges, for instance 10,100-199",
-                               [&verb](Session& session, const std::string& name, const std::string& list) {
-                                   const common::VlanList vlans = common::parseVlans(list);
-                                   const std::int32_t result = setVlans(session, name, vlans, verb.operation);
-                                   return printOutcome(session, std::string("vlan ") + verb.word, name,
-                                                       result, vlanHint(result, vlans));
-                               });
+        addNameAndValueCommand(
+            vlan, action, verb.word, verb.help, "LIST", "VLAN ids and ranges, for instance 10,100-199",
+            [&verb](Session& session, const std::string& name, const std::string& list) {
+                const common::VlanList vlans = common::parseVlans(list);
+                const std::int32_t result = setVlans(session, name, vlans, verb.operation);
+                return printOutcome(session, std::string("vlan ") + verb.word, name, result,
+                                    {attributeOf(FlowAttribute::Kind::vlans), false, 0, vlans});
+            });
     }
     addNameCommand(vlan, action, "clear", "Matches no VLANs (procedure 6, operation set with an empty list)",
                    [](Session& session, const std::string& name) {
                        const std::int32_t result = setVlans(session, name, {}, rpcOnuFlowProfileOperationSet);
-                       return printOutcome(session, "vlan clear", name, result);
+                       return printOutcome(session, "vlan clear", name, result,
+                                           {attributeOf(FlowAttribute::Kind::vlans), true, 0, {}});
                    });
 }
 
@@ -220,13 +253,13 @@ void addPcpCommands(const Command& flow, Action& action) {
     addNameAndValueCommand(
         pcp, action, "set", "Matches this PCP (procedure 6, operation set)", "PCP", "0 to 7",
         [](Session& session, const std::string& name, const std::string& value) {
-            const std::int32_t result = setPcp(session, name, {nullptr, false, parsePcp(value), {}});
-            return printOutcome(session, "pcp set", name, result);
+            const FlowAssignment wanted{attributeOf(FlowAttribute::Kind::pcp), false, parsePcp(value), {}};
+            return printOutcome(session, "pcp set", name, setPcp(session, name, wanted), wanted);
         });
     addNameCommand(pcp, action, "clear", "Matches no PCP (procedure 6, operation delete)",
                    [](Session& session, const std::string& name) {
-                       const std::int32_t result = setPcp(session, name, {nullptr, true, 0, {}});
-                       return printOutcome(session, "pcp clear", name, result);
+                       const FlowAssignment wanted{attributeOf(FlowAttribute::Kind::pcp), true, 0, {}};
+                       return printOutcome(session, "pcp clear", name, setPcp(session, name, wanted), wanted);
                    });
 }
 
@@ -242,8 +275,8 @@ void addResetCommand(const Command& flow, Action& action) {
                     common::inQuotes(field) +
                     " is no field of the action: guaranteed, peak, priority-up or priority-down");
             }
-            const std::int32_t result = setAction(session, name, {attribute, true, 0, {}});
-            return printOutcome(session, "reset", name, result);
+            const FlowAssignment wanted{attribute, true, 0, {}};
+            return printOutcome(session, "reset", name, setAction(session, name, wanted), wanted);
         });
 }
 

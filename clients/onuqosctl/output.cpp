@@ -50,6 +50,21 @@ Json toJson(const TContProfile& profile) {
     return json;
 }
 
+template <typename Value>
+Json valueOrNull(const std::optional<Value>& value) {
+    return value ? Json(*value) : Json();
+}
+
+Json toJson(const Explanation& why) {
+    return {{"reason", why.reason},
+            {"value", why.value.empty() ? Json() : Json(why.value)},
+            {"asked", valueOrNull(why.asked)},
+            {"least", valueOrNull(why.least)},
+            {"most", valueOrNull(why.most)},
+            {"step", valueOrNull(why.step)},
+            {"nearest", {{"below", valueOrNull(why.below)}, {"above", valueOrNull(why.above)}}}};
+}
+
 }  // namespace
 
 void printJson(std::ostream& out, const Json& document) {
@@ -65,16 +80,25 @@ void printDone(Session& session, Family family, const std::string& text) {
 }
 
 int report(const Refusal& refusal, common::Format format) {
+    const Explanation& why = refusal.why;
     const std::string name = resultName(refusal.family, refusal.result);
-    const std::string meaning = resultMeaning(refusal.family, refusal.result);
+    const std::string text = why.text.empty() ? resultMeaning(refusal.family, refusal.result) : why.text;
     if (format == common::Format::json) {
-        printJson(std::cout,
-                  common::refusalToJson({refusal.result, name, refusal.request, meaning, refusal.hint}));
+        const std::string between = why.hint.empty() || why.command.empty() ? "" : ": ";
+        Json document = common::refusalToJson(
+            {refusal.result, name, refusal.request, text, why.hint + between + why.command});
+        if (!why.reason.empty()) {
+            document["explanation"] = toJson(why);
+        }
+        printJson(std::cout, document);
     }
-    std::cerr << "onuqosctl: " << refusal.request << ": " << name << " (" << refusal.result
-              << "): " << meaning << '\n';
-    if (!refusal.hint.empty()) {
-        std::cerr << "hint: " << refusal.hint << '\n';
+    std::cerr << "onuqosctl: " << refusal.request << ": " << name << " (" << refusal.result << "): " << text
+              << '\n';
+    if (!why.hint.empty()) {
+        std::cerr << "hint: " << why.hint << '\n';
+    }
+    if (!why.command.empty()) {
+        std::cerr << "  " << why.command << '\n';
     }
     return common::kRefused;
 }
@@ -89,12 +113,27 @@ void printProfile(Session& session, const Profile& profile) {
 }
 
 template <typename Profile>
-void printChangedProfile(Session& session, Family family, const Profile& profile) {
+void printChangedProfile(Session& session, Family family, const Profile& profile, const Remarks& remarks) {
     if (session.json()) {
-        printJson(session.out,
-                  {{"result", 0}, {"resultName", resultName(family, 0)}, {"profile", toJson(profile)}});
-    } else {
-        printTable(session.out, profile);
+        Json document = {{"result", 0}, {"resultName", resultName(family, 0)}, {"profile", toJson(profile)}};
+        for (const Rounding& each : remarks.rounded) {
+            document["rounded"].push_back(
+                {{"rate", each.rate}, {"asked", each.asked}, {"stored", each.stored}});
+        }
+        if (!remarks.note.empty()) {
+            document["note"] = remarks.note;
+        }
+        printJson(session.out, document);
+        return;
+    }
+    printTable(session.out, profile);
+    session.out.flush();
+    for (const Rounding& each : remarks.rounded) {
+        std::cerr << "note: " << each.asked << " was rounded up to " << each.stored << " (step " << each.step
+                  << ")\n";
+    }
+    if (!remarks.note.empty()) {
+        std::cerr << "note: " << remarks.note << '\n';
     }
 }
 
@@ -113,8 +152,10 @@ void printProfiles(Session& session, const std::vector<Profile>& profiles, bool 
 
 template void printProfile(Session& session, const TContProfile& profile);
 template void printProfile(Session& session, const FlowProfile& profile);
-template void printChangedProfile(Session& session, Family family, const TContProfile& profile);
-template void printChangedProfile(Session& session, Family family, const FlowProfile& profile);
+template void printChangedProfile(Session& session, Family family, const TContProfile& profile,
+                                  const Remarks& remarks);
+template void printChangedProfile(Session& session, Family family, const FlowProfile& profile,
+                                  const Remarks& remarks);
 template void printProfiles(Session& session, const std::vector<TContProfile>& profiles, bool complete);
 template void printProfiles(Session& session, const std::vector<FlowProfile>& profiles, bool complete);
 

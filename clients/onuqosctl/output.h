@@ -27,9 +27,21 @@ int report(const Refusal& refusal, common::Format format);
 template <typename Profile>
 void printProfile(Session& session, const Profile& profile);
 
-/// A profile that a command made or changed.
+/// A rate that the module stores as another than was asked for, kbit/s.
+struct Rounding {
+    std::string rate;
+    std::uint32_t asked, stored, step;
+};
+
+/// What there is to know of a change that was carried out.
+struct Remarks {
+    std::vector<Rounding> rounded;
+    std::string note;  // may be empty
+};
+
+/// A profile that a command made or changed. Remarks are members in JSON and lines on standard error else.
 template <typename Profile>
-void printChangedProfile(Session& session, Family family, const Profile& profile);
+void printChangedProfile(Session& session, Family family, const Profile& profile, const Remarks& remarks);
 
 /// `complete`: whether these are all.
 template <typename Profile>

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -23,13 +24,15 @@ namespace onuqosctl {
 // can
 //   be given, and how it is read;
 // - kFamily, kWord, kKind: its result codes, its word on the command line, what it is called in a sentence;
-//   kExists: the code for a name that is taken;
+//   kExists, kApplied: the codes for a name that is taken and for a profile that services use; kLost: what
+//   becomes of those services when the profile goes;
 // - get, first, next, attached, create, remove, rename, copy: its stubs; getNumber and so on: their
 // procedures;
 // - fromWire: its profiles off the wire;
 // - complete: fetches what the records of a walk do not tell;
 // - carriedTogether, createAndSet: which assignments one request can carry, and that request;
-// - setOne, setterHint: the procedure for one assignment, and why it refused;
+// - setOne, explain: the procedure for one assignment, and why it refused;
+// - roundings, createNote: what to tell of a change that was carried out;
 // - kListHelp, kCopyHelp, kRules and so on: what its help has to say.
 
 template <typename Of>
@@ -45,6 +48,38 @@ inline std::string emptyNameHint(const std::string& name) {
 }
 
 template <typename Of>
+std::string servicesHint(const std::string& name) {
+    return std::string("oltctl service list --") + Of::kWord + " " + common::argumentForName(name) +
+           " shows them";
+}
+
+/// `why`, or what is to be said of the profile `name` itself.
+template <typename Of>
+Explanation withNameHint(Explanation why, std::int32_t result, const std::string& name) {
+    if (result == Of::kApplied) {
+        why.hint = servicesHint<Of>(name) + "; remove those services first, or change a copy";
+    } else if (name.empty()) {
+        why = {};
+        why.hint = emptyNameHint(name);
+    }
+    return why;
+}
+
+/// Throws common::UsageError, before anything is changed, for a profile that services use: they go on naming
+/// it when it is deleted or renamed.
+template <typename Of>
+void spareServices(Session& session, const std::string& verb, const std::string& name) {
+    const std::string request = requestText<Of>(verb, name);
+    const auto& reply = session.program.ask(Of::attached, name);
+    session.require(Of::kFamily, resultOf(reply), request);
+    if (reply.attached != 0) {
+        throw common::UsageError(request + ": services use this profile and go on naming it " +
+                                     common::inQuotes(name) + ": " + Of::kLost,
+                                 servicesHint<Of>(name) + "; --force: " + verb + " it all the same");
+    }
+}
+
+template <typename Of>
 typename Of::Profile fetch(Session& session, const std::string& verb, const std::string& name) {
     const auto& reply = session.program.ask(Of::get, name);
     session.require(Of::kFamily, resultOf(reply), requestText<Of>(verb, name), emptyNameHint(name));
@@ -55,8 +90,10 @@ typename Of::Profile fetch(Session& session, const std::string& verb, const std:
 
 /// Prints a profile that a command made or changed, as the module now holds it: it rounds rates.
 template <typename Of>
-int printChanged(Session& session, const std::string& verb, const std::string& name) {
-    printChangedProfile(session, Of::kFamily, fetch<Of>(session, verb, name));
+int printChanged(Session& session, const std::string& verb, const std::string& name,
+                 const Assignments<Of>& assignments, const std::string& note = "") {
+    const auto profile = fetch<Of>(session, verb, name);
+    printChangedProfile(session, Of::kFamily, profile, {Of::roundings(session, assignments, profile), note});
     return common::kCarriedOut;
 }
 
@@ -119,11 +156,13 @@ void setEach(Session& session, const std::string& verb, const std::string& name,
     for (const auto& assignment : assignments) {
         const std::int32_t result = Of::setOne(session, name, assignment);
         if (result != 0) {
-            std::string hint =
-                name.empty() ? emptyNameHint(name) : Of::setterHint(session, result, name, assignment);
-            hint += done.empty() ? "" : (hint.empty() ? "" : "; ") + ("carried out before:" + done);
-            session.require(Of::kFamily, result,
-                            requestText<Of>(verb, name) + " " + assignment.attribute->option, hint);
+            Explanation why = withNameHint<Of>(Of::explain(session, result, name, assignment), result, name);
+            if (!done.empty()) {
+                const std::string hint = why.hint.empty() ? resultHint(Of::kFamily, result) : why.hint;
+                why.hint = hint + (hint.empty() ? "" : "; ") + "carried out before:" + done;
+            }
+            session.requireOr(Of::kFamily, result,
+                              requestText<Of>(verb, name) + " " + assignment.attribute->option, why);
         }
         done += std::string(" ") + assignment.attribute->option;
     }
@@ -147,10 +186,11 @@ int create(Session& session, const std::string& name, Assignments<Of> assignment
     if (together.empty() && !orSet) {
         session.require(Of::kFamily, resultOf(session.program.tell(Of::create, name)), request);
     } else {
-        Of::createAndSet(session, request, name, together, afterwards, stored ? &*stored : nullptr);
+        Of::createAndSet(session, orSet ? "create --or-set" : "create", name, together, afterwards,
+                         stored ? &*stored : nullptr);
     }
     setEach<Of>(session, "create", name, afterwards, " create");
-    return printChanged<Of>(session, "create", name);
+    return printChanged<Of>(session, "create", name, assignments, stored ? "" : Of::createNote(assignments));
 }
 
 template <typename Of>
@@ -167,32 +207,52 @@ int set(Session& session, const std::string& name, const Assignments<Of>& assign
                 " cannot be set together with others: give it in a command without --together");
         }
         const auto stored = fetch<Of>(session, "set", name);
-        Of::createAndSet(session, requestText<Of>("set", name), name, assignments, {}, &stored);
+        Of::createAndSet(session, "set --together", name, assignments, {}, &stored);
     } else {
         setEach<Of>(session, "set", name, assignments);
     }
-    return printChanged<Of>(session, "set", name);
+    return printChanged<Of>(session, "set", name, assignments);
 }
 
-/// Adds a command with one NAME; `run` gets its bytes.
+inline constexpr const char* kForceHelp = "Also when services use the profile";
+
+/// Calls `run` for `name`, and for what of the rest it takes: whether --force is given, where there is such a
+/// flag.
+template <typename Run, typename... Names>
+int runFor(Session& session, const Run& run, const std::optional<common::Given>& force,
+           const Names&... names) {
+    if constexpr (std::is_invocable_v<Run, Session&, Names..., bool>) {
+        return run(session, names..., force && force->present());
+    } else {
+        return run(session, names...);
+    }
+}
+
+/// Adds a command with one NAME; `run` gets its bytes, and with a `forceHelp` whether --force is given.
 template <typename Run>
 void addNameCommand(const common::Command& family, Action& action, const std::string& word,
-                    const std::string& help, Run run) {
+                    const std::string& help, Run run, const char* forceHelp = nullptr) {
     const common::Command command = family.add(word, help);
     const common::Given name = addName(command, "NAME", "The profile");
-    does(command, action,
-         [name, run](Session& session) { return run(session, common::nameFromArgument(name.text())); });
+    const auto force =
+        forceHelp != nullptr ? std::optional(command.flag("--force", forceHelp)) : std::nullopt;
+    does(command, action, [name, force, run](Session& session) {
+        return runFor(session, run, force, common::nameFromArgument(name.text()));
+    });
 }
 
-/// Adds a command with two names, the existing profile first.
+/// The same with two names, the existing profile first.
 template <typename Run>
 common::Command addTwoNamesCommand(const common::Command& family, Action& action, const std::string& word,
-                                   const std::string& help, Run run) {
+                                   const std::string& help, Run run, const char* forceHelp = nullptr) {
     const common::Command command = family.add(word, help);
     const common::Given name = addName(command, "NAME", "The existing profile");
     const common::Given newName = addName(command, "NEW-NAME", "The name to give, 1 to 64 bytes");
-    does(command, action, [name, newName, run](Session& session) {
-        return run(session, common::nameFromArgument(name.text()), common::nameFromArgument(newName.text()));
+    const auto force =
+        forceHelp != nullptr ? std::optional(command.flag("--force", forceHelp)) : std::nullopt;
+    does(command, action, [name, newName, force, run](Session& session) {
+        return runFor(session, run, force, common::nameFromArgument(name.text()),
+                      common::nameFromArgument(newName.text()));
     });
     return command;
 }
@@ -218,6 +278,7 @@ void addValuesCommand(const common::Command& family, Action& action, const char*
 template <typename Of>
 void addSharedCommands(const common::Command& family, Action& action) {
     const std::string kind = Of::kKind;
+    const std::string kSpares = ", unless services use it (" + std::to_string(Of::attachedNumber) + ")";
     const auto procedure = [](int number) { return " (procedure " + std::to_string(number) + ")"; };
 
     const common::Command listing =
@@ -241,14 +302,18 @@ status 1 ("complete": false in JSON).)");
     addValuesCommand<Of>(family, action, "set", "Changes a profile", "--together", Of::kTogetherHelp,
                          Of::kSetHelp, set<Of>);
 
-    addNameCommand(family, action, "delete", "Deletes a profile" + procedure(Of::removeNumber),
-                   [kind](Session& session, const std::string& name) {
-                       const auto result = resultOf(session.program.tell(Of::remove, name));
-                       session.require(Of::kFamily, result, requestText<Of>("delete", name),
-                                       emptyNameHint(name));
-                       printDone(session, Of::kFamily, kind + " " + common::printable(name) + " deleted");
-                       return common::kCarriedOut;
-                   });
+    addNameCommand(
+        family, action, "delete", "Deletes a profile" + procedure(Of::removeNumber) + kSpares,
+        [kind](Session& session, const std::string& name, bool forced) {
+            if (!forced) {
+                spareServices<Of>(session, "delete", name);
+            }
+            const auto result = resultOf(session.program.tell(Of::remove, name));
+            session.require(Of::kFamily, result, requestText<Of>("delete", name), emptyNameHint(name));
+            printDone(session, Of::kFamily, kind + " " + common::printable(name) + " deleted");
+            return common::kCarriedOut;
+        },
+        kForceHelp);
 
     addNameCommand(family, action, "attached",
                    "Tells whether services use a profile" + procedure(Of::attachedNumber) +
@@ -262,8 +327,11 @@ status 1 ("complete": false in JSON).)");
                    });
 
     addTwoNamesCommand(
-        family, action, "rename", "Renames a profile" + procedure(Of::renameNumber),
-        [kind](Session& session, const std::string& name, const std::string& newName) {
+        family, action, "rename", "Renames a profile" + procedure(Of::renameNumber) + kSpares,
+        [kind](Session& session, const std::string& name, const std::string& newName, bool forced) {
+            if (!forced) {
+                spareServices<Of>(session, "rename", name);
+            }
             const auto result = resultOf(session.program.tell(Of::rename, name, newName));
             session.require(Of::kFamily, result,
                             requestText<Of>("rename", name) + " " + common::printable(newName));
@@ -276,7 +344,8 @@ status 1 ("complete": false in JSON).)");
                           << "; rename reaches it\n";
             }
             return common::kCarriedOut;
-        });
+        },
+        kForceHelp);
 
     addTwoNamesCommand(
         family, action, "copy", "Makes a new profile like an existing one" + procedure(Of::copyNumber),

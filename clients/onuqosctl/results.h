@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "clients/onuqosctl/explanation.h"
+
 namespace onuqosctl {
 
 /// The two families of result codes.
@@ -28,7 +30,7 @@ struct Refusal {
     Family family;
     std::int32_t result;
     std::string request;  // what was asked, for instance "tcont delete gold"
-    std::string hint;     // what to do about it, may be empty
+    Explanation why;
 };
 
 }  // namespace onuqosctl

@@ -17,15 +17,15 @@ rpcTContProfileRes* setAllocType(char* name, int value, CLIENT* client) {
 }
 
 constexpr std::uint32_t kAny = 0xFFFFFFFF;
-constexpr std::uint32_t kDefaultRate = 0xFFFFFFFF;
+constexpr std::uint32_t kDefaultRate = rules::kTContRateDefault;
 
 // clang-format off
 constexpr TContAttribute kAttributes[] = {
     {"--id", "N|default", "T-CONT id, 1 to 6 (procedure 109)",
-     rpcTContProfileParmsTContId, nullptr, 0, 0, 6, "a T-CONT id is 1 to 6; 0 and default stand for 1",
+     rpcTContProfileParmsTContId, nullptr, 0, 0, kTContIdMax, "a T-CONT id is 1 to 6; 0 and default stand for 1",
      [](rpcTContProfileInfo& record, std::uint32_t value) { record.tContId = value; }, rpc_tcontprofile_id_set_1},
     {"--type", "N|default", "T-CONT type, 1 to 5; resets the rates to the type's defaults (procedure 110)",
-     rpcTContProfileParmsTContType, nullptr, 0, 0, 5, "a T-CONT type is 1 to 5; 0 and default stand for 5",
+     rpcTContProfileParmsTContType, nullptr, 0, 0, tContType5, "a T-CONT type is 1 to 5; 0 and default stand for 5",
      [](rpcTContProfileInfo& record, std::uint32_t value) { record.tContType = std::bit_cast<rpcTContProfileType>(value); },
      setType},
     {"--fixed", "RATE|default", "Fixed rate (procedure 111)",
@@ -41,7 +41,7 @@ constexpr TContAttribute kAttributes[] = {
      [](rpcTContProfileInfo& record, std::uint32_t value) { record.maximumRate = value; },
      rpc_tcontprofile_maximum_rate_set_1},
     {"--alloc-type", "1|2", "DBA allocation type, as show prints it (procedure 116)",
-     0, nullptr, std::nullopt, 1, 2, "a DBA allocation type is 1 or 2", nullptr, setAllocType},
+     0, nullptr, std::nullopt, tContDbaMode1, tContDbaMode2, "a DBA allocation type is 1 or 2", nullptr, setAllocType},
     {"--weight", "N", "SR-DBA weight (procedure 117)",
      0, nullptr, std::nullopt, 0, kAny, "", nullptr, rpc_tcontprofile_srdba_weight_set_1},
     {"--priority", "N", "SR-DBA priority (procedure 118)",

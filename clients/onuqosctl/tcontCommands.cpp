@@ -2,8 +2,8 @@
 
 #include "clients/onuqosctl/profileCommands.h"
 #include "clients/onuqosctl/tcontAttributes.h"
+#include "clients/onuqosctl/tcontExplain.h"
 #include "clients/onuqosctl/tcontProfile.h"
-#include "clients/onuqosctl/tcontRules.h"
 
 namespace onuqosctl {
 namespace {
@@ -11,8 +11,6 @@ namespace {
 using common::Command;
 using common::Given;
 using Values = std::vector<TContAssignment>;
-
-constexpr std::uint32_t kDefaultType = 5;
 
 /// The default rates of a type, from the module.
 TContRates askDefaults(Session& session, std::uint32_t type, const std::string& request) {
@@ -22,139 +20,45 @@ TContRates askDefaults(Session& session, std::uint32_t type, const std::string& 
     return {reply.info.fixedRate, reply.info.assuredRate, reply.info.maximumRate};
 }
 
-/// One create-and-set request, and what is needed to explain its refusal.
-struct Wanted {
-    rpcTContProfileInfo record{};
-    rpcTContProfileParmsMask mask = 0;
-    std::uint32_t type = kDefaultType;
-    TContRates rates{};
-};
-
-Wanted wantedFrom(Session& session, const Values& assignments, const TContProfile* stored,
-                  const std::string& request) {
-    Wanted wanted;
-    if (stored != nullptr) {
-        wanted.type = stored->type;
-    }
-    for (const TContAssignment& assignment : assignments) {
-        if (assignment.attribute->bit == rpcTContProfileParmsTContType) {
-            // Where a setter reads 0 as the default type, create-and-set wants it by its number.
-            wanted.type = assignment.value == 0 ? kDefaultType : assignment.value;
-        }
-    }
-    const bool keepsRates = stored != nullptr && stored->type == wanted.type;
-    wanted.rates = keepsRates ? stored->rates : typeDefaults(wanted.type);
+/// The values of one create-and-set request, defaults as the module tells them.
+Values askedFor(Session& session, const Values& assignments, const TContProfile* stored,
+                const std::string& request) {
+    const std::uint32_t type = demandedType(assignments, stored);
+    Values values;
     for (TContAssignment assignment : assignments) {
-        if (assignment.attribute->bit == 0) {
-            continue;
-        }
         if (assignment.attribute->bit == rpcTContProfileParmsTContType) {
-            assignment.value = wanted.type;
+            assignment.value = type;
         } else if (assignment.asksForDefaultRate()) {
-            assignment.value = askDefaults(session, wanted.type, request).*assignment.attribute->rate;
+            assignment.value = askDefaults(session, type, request).*assignment.attribute->rate;
         }
-        if (assignment.attribute->isRate()) {
-            wanted.rates.*assignment.attribute->rate = assignment.value;
-        }
-        assignment.attribute->store(wanted.record, assignment.value);
-        wanted.mask |= assignment.attribute->bit;
+        values.push_back(assignment);
     }
-    return wanted;
+    return values;
 }
 
-/// What the first value outside its domain should be; empty when all lie inside.
-std::string domainFault(const Values& assignments) {
-    const auto outside =
-        std::find_if_not(assignments.begin(), assignments.end(),
-                         [](const TContAssignment& candidate) { return candidate.isInDomain(); });
-    return outside == assignments.end() ? "" : outside->attribute->domain;
-}
-
-/// The commands that lead to rates which the module keeps refusing in one request: it writes them one by one,
-/// in an order of its own, and each step has to keep the rules. What came before the refusal stays, so the
-/// profile is looked at anew; one that the request made is gone again unless a service profile names it.
-std::string singleStepsHint(Session& session, const std::string& name, const Wanted& wanted,
-                            const TContRates& rates, const Values& afterwards) {
-    const std::string word = common::argumentForName(name);
+/// The profile as it is stored; nothing where there is none.
+std::optional<TContProfile> askProfile(Session& session, const std::string& name) {
     const auto& reply = session.program.ask(rpc_tcontprofile_get_1, name);
-    TContRates from = typeDefaults(wanted.type);
-    std::string commands = "onuqosctl tcont set " + word;
-    if (resultOf(reply) != 0) {
-        commands = "onuqosctl tcont create " + word + " && " + commands;
-    } else if (const TContProfile now = tcontFromWire(reply.info, true); now.type == wanted.type) {
-        from = now.rates;
-    } else {
-        commands += " --type " + std::to_string(wanted.type);
-    }
-    if ((wanted.mask & rpcTContProfileParmsTContId) != 0) {
-        commands += " --id " + std::to_string(wanted.record.tContId);
-    }
-    commands += " " + singleSteps(from, rates);
-    for (const TContAssignment& assignment : afterwards) {
-        commands += std::string(" ") + assignment.attribute->option + " " + std::to_string(assignment.value);
-    }
-    return "the rates are valid together, but the module sets one after the other, and not all of its steps "
-           "are; these are: " +
-           commands;
+    return resultOf(reply) == 0 ? std::optional(tcontFromWire(reply.info, true)) : std::nullopt;
 }
 
-std::string createAndSetHint(Session& session, std::int32_t result, const std::string& request,
-                             const std::string& name, const Wanted& wanted, const Values& assignments,
-                             const Values& afterwards) {
-    if (result == rpcTContProfileResError || result == rpcTContProfileResOutOfRange) {
-        const std::string fault = domainFault(assignments);
-        if (!fault.empty()) {
-            return fault;
-        }
-    }
-    if (result != rpcTContProfileResOutOfRange && result != rpcTContProfileResRateError) {
-        return "";
-    }
-    const rules::ClassLimits portClass = askPortClass(session, request);
-    if (result == rpcTContProfileResOutOfRange) {
-        const std::string bound = explainBounds(wanted.type, wanted.rates, portClass);
-        return explainType(wanted.type) + (bound.empty() ? "" : "; " + bound);
-    }
-    const std::string broken = explainRates(wanted.type, wanted.rates, portClass);
-    return broken.empty() && wanted.type == 5
-               ? singleStepsHint(session, name, wanted, roundedUp(wanted.rates, portClass), afterwards)
-               : broken;
+bool isAboutTheValue(std::int32_t result) {
+    return result == rpcTContProfileResError || result == rpcTContProfileResOutOfRange ||
+           result == rpcTContProfileResRateError;
 }
 
 /// Why a setter refused; asks for the profile as it is stored.
-std::string whySetterRefused(Session& session, std::int32_t result, const std::string& name,
+Explanation whySetterRefused(Session& session, std::int32_t result, const std::string& name,
                              const TContAssignment& assignment) {
-    const std::string general = resultHint(Family::tcont, result);
-    const bool aboutTheValue = result == rpcTContProfileResError || result == rpcTContProfileResOutOfRange ||
-                               result == rpcTContProfileResRateError;
-    if (!aboutTheValue) {
-        return general;
+    if (!isAboutTheValue(result)) {
+        return {};
     }
     if (!assignment.isInDomain()) {
-        return assignment.attribute->domain;
+        return explainDomain(name, assignment);
     }
-    const auto& reply = session.program.ask(rpc_tcontprofile_get_1, name);
-    if (result == rpcTContProfileResError || resultOf(reply) != 0) {
-        return general;
-    }
-    const TContProfile stored = tcontFromWire(reply.info, true);
-    if (!assignment.attribute->isRate()) {
-        return "type " + std::to_string(stored.type) + " does not let it be chosen";
-    }
-    if (result == rpcTContProfileResOutOfRange) {
-        return explainType(stored.type);
-    }
-    TContRates rates = stored.rates;
-    rates.*assignment.attribute->rate = assignment.asksForDefaultRate()
-                                            ? typeDefaults(stored.type).*assignment.attribute->rate
-                                            : assignment.value;
-    const rules::ClassLimits portClass = askPortClass(session, "tcont set");
-    const std::string bound = explainBounds(stored.type, rates, portClass);
-    if (!bound.empty()) {
-        return bound;
-    }
-    const std::string broken = explainRates(stored.type, rates, portClass);
-    return broken.empty() ? general : broken + ", at each step: the other rates are still the stored ones";
+    const auto now = askProfile(session, name);
+    return now ? explainSetter(result, name, assignment, *now, askPortClass(session, "tcont set"))
+               : tablesChanged(false, assignment.value);
 }
 
 struct TCont {
@@ -162,6 +66,10 @@ struct TCont {
     using Assignment = TContAssignment;
     static constexpr Family kFamily = Family::tcont;
     static constexpr std::int32_t kExists = rpcTContProfileResExists;
+    static constexpr std::int32_t kApplied = rpcTContProfileResApplied;
+    static constexpr const char* kLost =
+        "when they are removed their bandwidth stays accounted on the port, and a restart does not bring "
+        "them back";
     static constexpr const char* kWord = "tcont";
     static constexpr const char* kKind = "T-CONT profile";
     static constexpr const char* kListHelp = ", 104";
@@ -216,7 +124,7 @@ DBA allocation types are numbered as the get and set procedures number them on t
 
     static constexpr auto attributes = tcontAttributes;
     static constexpr auto parse = parseTContAssignments;
-    static constexpr auto setterHint = whySetterRefused;
+    static constexpr auto explain = whySetterRefused;
 
     static Profile fromWire(const rpcTContProfileInfo& record) { return tcontFromWire(record, true); }
     static bool carriedTogether(const Assignment& assignment) { return assignment.attribute->bit != 0; }
@@ -245,13 +153,58 @@ DBA allocation types are numbered as the get and set procedures number them on t
             session.program.tell(assignment.attribute->set, name, static_cast<int>(assignment.value)));
     }
 
-    static void createAndSet(Session& session, const std::string& request, const std::string& name,
-                             const Values& assignments, const Values& afterwards, const Profile* stored) {
-        const Wanted wanted = wantedFrom(session, assignments, stored, request);
-        const auto result = resultOf(
-            session.program.tell(rpc_tcontprofile_create_and_set_1, name, wanted.record, wanted.mask));
-        session.require(kFamily, result, request,
-                        createAndSetHint(session, result, request, name, wanted, assignments, afterwards));
+    /// The last value given for each rate, where the profile now holds it rounded up.
+    static std::vector<Rounding> roundings(Session& session, const Values& assignments,
+                                           const Profile& profile) {
+        std::vector<Rounding> rounded;
+        for (const rules::TContRateKind& kind : rules::kTContRateKinds) {
+            const auto given =
+                std::find_if(assignments.rbegin(), assignments.rend(),
+                             [&](const Assignment& each) { return each.attribute->rate == kind.value; });
+            if (given == assignments.rend() || given->asksForDefaultRate() ||
+                given->value == profile.rates.*kind.value) {
+                continue;
+            }
+            const ClassLimits limits = askPortClass(session, requestText<TCont>("set", profile.name));
+            const std::uint32_t stored = rules::tContRateRounded(limits, kind.type, given->value);
+            if (stored == profile.rates.*kind.value) {
+                rounded.push_back({wordOf(kind).name, given->value, stored,
+                                   rules::tContRateStep(limits, kind.type, given->value)});
+            }
+        }
+        return rounded;
+    }
+
+    static std::string createNote(const Values& assignments) {
+        const bool givesId = std::ranges::any_of(assignments, [](const Assignment& assignment) {
+            return assignment.attribute->bit == rpcTContProfileParmsTContId;
+        });
+        return givesId ? ""
+                       : "without --id the T-CONT id is " + std::to_string(kTContIdDefault) +
+                             ": a second service on the same ONU needs this profile too, or one with another "
+                             "id (2 to " +
+                             std::to_string(kTContIdMax) + ")";
+    }
+
+    static void createAndSet(Session& session, const std::string& verb, const std::string& name,
+                             const Values& assignments, const Values& afterwards, const Profile* before) {
+        const std::string request = requestText<TCont>(verb.substr(0, verb.find(' ')), name);
+        const TContDemand demand{name, verb, askedFor(session, assignments, before, request), afterwards};
+        rpcTContProfileInfo record{};
+        rpcTContProfileParmsMask mask = 0;
+        for (const TContAssignment& assignment : demand.together) {
+            assignment.attribute->store(record, assignment.value);
+            mask |= assignment.attribute->bit;
+        }
+        const auto result =
+            resultOf(session.program.tell(rpc_tcontprofile_create_and_set_1, name, record, mask));
+        Explanation why;
+        if (isAboutTheValue(result)) {
+            const auto now = askProfile(session, name);
+            why =
+                explainRequest(result, demand, before, now ? &*now : nullptr, askPortClass(session, request));
+        }
+        session.requireOr(kFamily, result, request, withNameHint<TCont>(std::move(why), result, name));
     }
 };
 

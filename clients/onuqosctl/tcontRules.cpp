@@ -12,15 +12,9 @@ namespace {
 using rules::kTContRateMargin;
 using rules::RateReason;
 
-struct Rate {
-    const char* name;
-    const char* option;
-    const rules::TContRateKind& kind;
-};
-
-constexpr Rate kRates[] = {{"fixed", "--fixed", rules::kTContFixed},
-                           {"assured", "--assured", rules::kTContAssured},
-                           {"maximum", "--maximum", rules::kTContMaximum}};
+constexpr RateWord kRates[] = {{"fixed", "--fixed", rules::kTContFixed},
+                               {"assured", "--assured", rules::kTContAssured},
+                               {"maximum", "--maximum", rules::kTContMaximum}};
 
 constexpr const char* kCarries[] = {"type 1 carries a fixed rate only, which is the maximum too",
                                     "type 2 carries an assured rate only, which is the maximum too",
@@ -28,43 +22,66 @@ constexpr const char* kCarries[] = {"type 1 carries a fixed rate only, which is 
                                     "type 4 carries a maximum rate only",
                                     "type 5 carries a fixed, an assured and a maximum rate"};
 
+}  // namespace
+
+const RateWord& wordOf(const rules::TContRateKind& kind) {
+    return kRates[kind.type];
+}
+
+const RateWord& wordOf(std::uint32_t TContRates::*rate) {
+    return *std::ranges::find_if(kRates, [rate](const RateWord& word) { return word.kind.value == rate; });
+}
+
 onuTContProfileType typeOf(std::uint32_t type) {
     return onuTContProfileType{static_cast<std::int32_t>(type)};
 }
 
-/// Which rule between the rates of a type they break; empty for none.
-std::string brokenRule(std::uint32_t type, const TContRates& rates) {
-    switch (rules::tContRatesReason(typeOf(type), rates)) {
-        case RateReason::type3Maximum:
-            return "type 3 needs a maximum rate of at least the assured rate + 256 kbit/s";
-        case RateReason::type5Guarantee:
-            return "type 5 needs fixed + assured rate to be 0 or at least 256 kbit/s";
-        case RateReason::type5Maximum:
-            return "type 5 needs a maximum rate of at least fixed + assured rate + 256 kbit/s";
-        default:
-            return "";
-    }
-}
-
-/// Which bound of its own a rate is outside of; empty for none.
-std::string brokenBound(const Rate& rate, std::uint32_t type, std::uint32_t value,
-                        const ClassLimits& limits) {
-    const std::uint32_t least = rules::tContRateRules(typeOf(type)).*rate.kind.least;
-    const auto sentence = [&](const std::string& bound) {
-        return std::string("the ") + rate.name + " rate must be at " + bound + " kbit/s for type " +
-               std::to_string(type);
-    };
-    switch (rules::tContRateBound(least, value, limits)) {
+const char* reasonName(RateReason reason) {
+    switch (reason) {
+        case RateReason::none:
+            break;
+        case RateReason::notCarried:
+            return "notCarried";
         case RateReason::belowLeast:
-            return sentence("least " + std::to_string(least));
+            return "belowLeast";
         case RateReason::aboveMost:
-            return sentence("most " + std::to_string(limits.rateMax)) + ", as onuqosctl ranges shows";
+            return "aboveMost";
+        case RateReason::type3Maximum:
+            return "type3Maximum";
+        case RateReason::type5Guarantee:
+            return "type5Guarantee";
+        case RateReason::type5Maximum:
+            return "type5Maximum";
+        case RateReason::noSuchType:
+            return "noSuchType";
+    }
+    return "";
+}
+
+std::string ruleText(RateReason reason, const rules::TContRateKind& kind, std::uint32_t type,
+                     const ClassLimits& limits) {
+    const std::string margin = std::to_string(kTContRateMargin) + " kbit/s";
+    const auto bound = [&](const char* side, std::uint32_t rate) {
+        return std::string("the ") + wordOf(kind).name + " rate must be at " + side + " " +
+               std::to_string(rate) + " kbit/s for type " + std::to_string(type);
+    };
+    switch (reason) {
+        case RateReason::notCarried:
+            return explainType(type);
+        case RateReason::belowLeast:
+            return bound("least", rules::tContRateRules(typeOf(type)).*kind.least);
+        case RateReason::aboveMost:
+            return bound("most", limits.rateMax) + ", as onuqosctl ranges shows";
+        case RateReason::type3Maximum:
+            return "type 3 needs a maximum rate of at least the assured rate + " + margin;
+        case RateReason::type5Guarantee:
+            return "type 5 needs fixed + assured rate to be 0 or at least " + margin;
+        case RateReason::type5Maximum:
+            return "type 5 needs a maximum rate of at least fixed + assured rate + " + margin;
         default:
             return "";
     }
 }
-
-}  // namespace
 
 TContRates roundedUp(const TContRates& rates, const ClassLimits& limits) {
     TContRates rounded;
@@ -78,31 +95,6 @@ TContRates typeDefaults(std::uint32_t type) {
     return rules::tContDefaultRates(typeOf(type));
 }
 
-std::string explainBounds(std::uint32_t type, const TContRates& rates, const ClassLimits& limits) {
-    for (const Rate& rate : kRates) {
-        const bool carried = rules::tContRateRules(typeOf(type)).*rate.kind.configurable;
-        const std::string fault = carried ? brokenBound(rate, type, rates.*rate.kind.value, limits) : "";
-        if (!fault.empty()) {
-            return fault;
-        }
-    }
-    return "";
-}
-
-std::string explainRates(std::uint32_t type, const TContRates& rates, const ClassLimits& limits) {
-    const std::string bound = explainBounds(type, rates, limits);
-    if (!bound.empty()) {
-        return bound;
-    }
-    const TContRates rounded = roundedUp(rates, limits);
-    const std::string fault = brokenRule(type, rounded);
-    if (fault.empty() || rounded == rates) {
-        return fault;
-    }
-    return "rounded to " + std::to_string(rounded.fixed) + "/" + std::to_string(rounded.assured) + "/" +
-           std::to_string(rounded.maximum) + ", " + fault;
-}
-
 std::string explainType(std::uint32_t type) {
     return rules::tContTypeExists(typeOf(type)) ? kCarries[type - tContType1] : "";
 }
@@ -111,7 +103,7 @@ std::string singleSteps(const TContRates& stored, const TContRates& wanted) {
     // Breadth first. With room for twice the least sum under the maximum, any valid rates lead to a fixed
     // rate of 256 alone and from there to any others, through rates of 256 and 0 on the way.
     const std::uint32_t room = std::max({stored.maximum, wanted.maximum, 3 * kTContRateMargin});
-    const std::pair<const Rate&, std::vector<std::uint32_t>> moves[] = {
+    const std::pair<const RateWord&, std::vector<std::uint32_t>> moves[] = {
         {kRates[2], {wanted.maximum, room}},
         {kRates[0], {wanted.fixed, kTContRateMargin, 0}},
         {kRates[1], {wanted.assured, kTContRateMargin, 0}}};
@@ -126,7 +118,8 @@ std::string singleSteps(const TContRates& stored, const TContRates& wanted) {
                 to.*rate.kind.value = value;
                 const std::string options = reached.at(from) + (from == stored ? "" : " ") + rate.option +
                                             " " + std::to_string(value);
-                if (brokenRule(5, to).empty() && reached.emplace(to, options).second) {
+                if (rules::tContRatesReason(tContType5, to) == RateReason::none &&
+                    reached.emplace(to, options).second) {
                     open.push_back(to);
                 }
             }

@@ -16,13 +16,24 @@ TContRates roundedUp(const TContRates& rates, const ClassLimits& limits);
 /// The default rates of a type, also the least a rate of it may be unless it is 0. Zeros for no type.
 TContRates typeDefaults(std::uint32_t type);
 
-/// Which rate lies outside what the type lets it be, as a sentence; empty for none. These bounds hold before
-/// rates are rounded up.
-std::string explainBounds(std::uint32_t type, const TContRates& rates, const ClassLimits& limits);
+/// A rate as the command line names it.
+struct RateWord {
+    const char* name;
+    const char* option;
+    const rules::TContRateKind& kind;
+};
 
-/// Why the module finds these rates wrong for the type, as a sentence; empty when they are right. After the
-/// bounds come the rules between rates, which hold for the rounded ones.
-std::string explainRates(std::uint32_t type, const TContRates& rates, const ClassLimits& limits);
+const RateWord& wordOf(const rules::TContRateKind& kind);
+const RateWord& wordOf(std::uint32_t TContRates::*rate);
+
+onuTContProfileType typeOf(std::uint32_t type);
+
+/// A reason in one word, for scripts.
+const char* reasonName(rules::RateReason reason);
+
+/// The rule that is broken, as a sentence: between the rates of a type, or a bound of `kind` alone.
+std::string ruleText(rules::RateReason reason, const rules::TContRateKind& kind, std::uint32_t type,
+                     const ClassLimits& limits);
 
 /// Which rates a type carries, as a sentence; empty for no type.
 std::string explainType(std::uint32_t type);

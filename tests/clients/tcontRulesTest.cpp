@@ -1,9 +1,10 @@
-#include "clients/onuqosctl/tcontRules.h"
+#include "clients/onuqosctl/tcontExplain.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -63,8 +64,6 @@ TEST(SingleSteps, LeadFromAnyRatesToAnyOthers) {
         const ClassLimits& portClass = module.tenG ? kTenGLimits : kGponLimits;
         const TContRates stored = module.rounded({rate(), rate(), rate()}), wanted = {rate(), rate(), rate()};
         const bool taken = module.takes(module.rounded(wanted)) && wanted.maximum >= 256;
-        ASSERT_EQ(onuqosctl::explainRates(5, wanted, portClass).empty(), taken)
-            << wanted.fixed << "/" << wanted.assured << "/" << wanted.maximum;
         if (taken && module.takes(stored)) {
             module.rates = stored;
             const std::string options =
@@ -83,38 +82,114 @@ TEST(SingleSteps, AreAsFewAsCanBe) {
     EXPECT_EQ(onuqosctl::singleSteps({256, 0, 512}, {0, 256, 512}), "--fixed 0 --assured 256");
 }
 
-struct FaultCase {
+/// Whether a profile of a type takes a rate, by the sentences of the help text; `asked` is rounded up.
+struct Setter {
     std::uint32_t type;
-    TContRates rates;
-    const char* gpon;  // part of the explanation; "" where the rates are right
-    const char* tenG;
+    bool tenG;
+    TContRates stored;
+
+    [[nodiscard]] bool takes(std::uint32_t TContRates::*rate, std::uint32_t asked) const {
+        constexpr std::uint32_t kLeast[][3] = {
+            {256, 0, 256}, {0, 256, 256}, {0, 256, 512}, {0, 0, 256}, {0, 0, 256}};
+        const std::size_t place = rate == &TContRates::fixed ? 0 : rate == &TContRates::assured ? 1 : 2;
+        if (asked < kLeast[type - 1][place] || asked > (tenG ? 9953280U : 1244160U)) {
+            return false;
+        }
+        const std::uint64_t step = !tenG ? 64 : place == 0 && asked > 25600 ? 1024 : 128;
+        TContRates wanted = stored;
+        wanted.*rate = static_cast<std::uint32_t>((asked + step - 1) / step * step);
+        const std::uint64_t sum = std::uint64_t{wanted.fixed} + wanted.assured;
+        return type == 3   ? wanted.maximum >= wanted.assured + 256
+               : type == 5 ? (sum == 0 || sum >= 256) && wanted.maximum >= sum + 256
+                           : true;
+    }
 };
 
-TEST(RateFaults, NameTheRuleThatIsBroken) {
-    constexpr const char* kSum = "fixed + assured rate to be 0 or at least 256";
-    constexpr const char* kAbove = "at least fixed + assured rate + 256";
-    constexpr FaultCase kCases[] = {
-        {1, {256, 0, 256}, "", ""},
-        {1, {255, 0, 255}, "fixed rate must be at least 256", "fixed rate must be at least 256"},
-        {1, {1244161, 0, 0}, "fixed rate must be at most 1244160", ""},
-        {3, {0, 256, 511}, "maximum rate must be at least 512", "maximum rate must be at least 512"},
-        {3, {0, 512, 700}, "rounded to 0/512/704, type 3 needs", ""},
-        {3, {0, 512, 640}, "type 3 needs a maximum rate", "type 3 needs a maximum rate"},
-        {3, {0, 4294967295, 4294967295}, "at most 1244160", "at most 9953280"},
-        {5, {64, 64, 1024}, kSum, ""},
-        {5, {1, 0, 1024}, "rounded to 64/0/1024, ", "rounded to 128/0/1024, "},
-        {5, {256, 0, 448}, kAbove, ""},
-        {5, {25601, 0, 25920}, "", kAbove},
-        {6, {0, 0, 0}, "", ""},
-    };
-    for (const FaultCase& faultCase : kCases) {
-        for (const auto& [portClass, expected] :
-             {std::pair(kGponLimits, faultCase.gpon), std::pair(kTenGLimits, faultCase.tenG)}) {
-            const std::string fault = onuqosctl::explainRates(faultCase.type, faultCase.rates, portClass);
-            EXPECT_EQ(fault.empty(), *expected == '\0') << fault;
-            EXPECT_NE(fault.find(expected), std::string::npos) << fault;
+onuqosctl::TContAssignment assignment(const std::string& option, std::uint32_t value) {
+    for (const auto& attribute : onuqosctl::tcontAttributes()) {
+        if (attribute.option == option) {
+            return {&attribute, value};
         }
     }
+    throw std::logic_error(option);
+}
+
+TEST(ExplainSetter, TellsTheNearestValuesThatAreTaken) {
+    constexpr std::int32_t kRateError = 7;
+    constexpr std::pair<const char*, std::uint32_t TContRates::*> kOptions[] = {
+        {"--fixed", &TContRates::fixed},
+        {"--assured", &TContRates::assured},
+        {"--maximum", &TContRates::maximum}};
+    std::mt19937 random(41);
+    const auto rate = [&random] {
+        return 128 * (random() % 30) + 1024 * (random() % 3 == 0 ? random() % 60 : 0);
+    };
+    int refused = 0;
+    for (int round = 0; round < 6000; ++round) {
+        const bool tenG = round % 2 == 1;
+        const ClassLimits& limits = tenG ? kTenGLimits : kGponLimits;
+        Setter setter{static_cast<std::uint32_t>(round % 4 < 2 ? 5 : 3), tenG, {}};
+        setter.stored = {setter.type == 5 ? static_cast<std::uint32_t>(rate()) : 0,
+                         static_cast<std::uint32_t>(rate()), 0};
+        setter.stored.maximum =
+            setter.stored.fixed + setter.stored.assured + 256 + static_cast<std::uint32_t>(rate());
+        const auto& [option, member] = kOptions[setter.type == 5 ? random() % 3 : 1 + random() % 2];
+        const auto asked =
+            static_cast<std::uint32_t>(random() % 4 == 0 ? random() % 12000000 : random() % 80000);
+        const bool valid = setter.takes(&TContRates::maximum, setter.stored.maximum) &&
+                           (setter.type == 5 || setter.stored.assured >= 256);
+        if (!valid || setter.takes(member, asked)) {
+            continue;
+        }
+        ++refused;
+        onuqosctl::TContProfile profile;
+        profile.type = setter.type;
+        profile.rates = setter.stored;
+        const auto why =
+            onuqosctl::explainSetter(kRateError, "p", assignment(option, asked), profile, limits);
+        SCOPED_TRACE(std::string(option) + " " + std::to_string(asked) + " of " +
+                     std::to_string(setter.stored.fixed) + "/" + std::to_string(setter.stored.assured) + "/" +
+                     std::to_string(setter.stored.maximum) + ": " + why.hint);
+        const auto taken = [&](std::uint64_t value) {
+            return value <= 0xFFFFFFFF && setter.takes(member, static_cast<std::uint32_t>(value));
+        };
+        // Rounding up makes the values between two multiples of 64 alike; nothing changes beyond the rates
+        // stored.
+        const std::uint64_t end = std::uint64_t{setter.stored.maximum} + 4096;
+        std::uint64_t above = (asked + 63) / 64 * 64, below = asked / 64 * 64;
+        while (above < end && !taken(above)) {
+            above += 64;
+        }
+        while (below > 0 && !taken(below)) {
+            below -= 64;
+        }
+        EXPECT_EQ(why.above.has_value(), taken(above));
+        EXPECT_EQ(why.below.has_value(), taken(below));
+        EXPECT_TRUE(!why.above || (taken(*why.above) && *why.above >= above && *why.above - above < 1024));
+        EXPECT_TRUE(!why.below || (taken(*why.below) && *why.below <= below && below - *why.below < 1024));
+        if (why.least) {
+            EXPECT_TRUE(taken(*why.least));
+            EXPECT_TRUE(taken(*why.most));
+            EXPECT_FALSE(taken(std::uint64_t{*why.most} + 1));
+        }
+    }
+    EXPECT_GT(refused, 1000);
+}
+
+TEST(ExplainSetter, GivesNoExplanationThatTheRulesDoNotBear) {
+    onuqosctl::TContProfile profile;
+    profile.type = 3;
+    profile.rates = {0, 256, 512};
+    const auto reason = [&](std::int32_t result, const char* option, std::uint32_t value) {
+        return onuqosctl::explainSetter(result, "p", assignment(option, value), profile, kGponLimits).reason;
+    };
+    EXPECT_EQ(reason(7, "--assured", 300), "type3Maximum");
+    EXPECT_EQ(reason(15, "--fixed", 300), "notCarried");
+    EXPECT_EQ(reason(7, "--assured", 256), "tablesChanged");
+    EXPECT_EQ(reason(15, "--assured", 300), "tablesChanged");
+    EXPECT_EQ(reason(15, "--alloc-type", 1), "tablesChanged");
+    EXPECT_EQ(reason(1, "--assured", 300), "");
+    EXPECT_EQ(reason(15, "--id", 7), "outOfDomain");
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ class ClientTest(harness.DaemonTest):
         self.assertEqual((refusal["result"], refusal["resultName"]), (result, name), answer.err)
         lines = answer.err.splitlines()
         self.assertIn(f"{name} ({result}): ", lines[0])
-        self.assertLessEqual(len(lines), 2, answer.err)
+        self.assertLessEqual(len(lines), 3, answer.err)
         self.assertIn(hint, answer.err)
         return refusal
 

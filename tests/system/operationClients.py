@@ -85,7 +85,8 @@ class AdmissionTest(ClientTest):
         for transport, _ in BOTH:
             self.assertTrue(self.port(transport, 1)["cacViolation"])
             table = self.good(self.onuqosctl(transport, "cac", "show", "1", "2", "--fixed-capacity", "358024")).out
-            first, second = table.splitlines()[2:]
+            first, second, more = table.splitlines()[2:]
+            self.assertIn("oltctl port show", more)
             self.assertIn("VIOLATION", first)
             self.assertTrue(first.endswith("[####################] 100.0%"), first)
             self.assertNotIn("VIOLATION", second)
@@ -173,7 +174,7 @@ class ModuleTest(ClientTest):
         self.daemon.process.send_signal(signal.SIGSTOP)
         self.addCleanup(self.daemon.process.send_signal, signal.SIGCONT)
         for transport, _ in BOTH:
-            answer = self.onuqosctl(transport, "--timeout", "0.2", "tcont", "delete", "x")
+            answer = self.onuqosctl(transport, "--timeout", "0.2", "tcont", "delete", "--force", "x")
             self.assertEqual(answer.status, 3)
             self.assertRegex(answer.err, r"^onuqosctl: no answer .*may have been carried out.*\n$")
         answer = self.oltctl("--timeout", "0.2", "status")
@@ -200,7 +201,7 @@ class ModuleTest(ClientTest):
         def received(server):
             data, peer = server.recvfrom(1 << 16)
             return struct.unpack(">6I", data[:24])[5], data[:4], peer
-        changes = {"tcont create p": 100, "tcont delete p": 101, "tcont rename p q": 102, "tcont copy p q": 103,
+        changes = {"tcont create p": 100, "tcont delete p --force": 101, "tcont rename p q --force": 102, "tcont copy p q": 103,
                    "tcont set p --id 2": 109, "tcont create p --id 2": 115, "flow create p": 1, "flow create p --pcp 1": 12,
                    "flow vlan add p 1": 6, "flow reset p peak": 7}
         telling = {}

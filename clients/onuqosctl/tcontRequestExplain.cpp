@@ -1,0 +1,244 @@
+#include "clients/onuqosctl/tcontExplain.h"
+
+#include <algorithm>
+#include <array>
+
+#include "common/name.h"
+
+namespace onuqosctl {
+namespace {
+
+using rules::RateReason;
+using rules::TContRateKind;
+
+constexpr std::uint32_t kNewType = tContType5;
+
+/// What the rules say to a request.
+struct Outcome {
+    std::uint32_t type = 0;
+    TContRates start;  // what its rates are written over
+    rules::TContRequest request;
+    rules::TContRequestVerdict verdict;    // before anything is written
+    std::optional<rules::TContStep> step;  // where the writing ends
+
+    [[nodiscard]] rules::Result result() const { return step ? step->verdict.result() : verdict.result(); }
+    [[nodiscard]] bool accepted() const { return verdict && !step; }
+};
+
+rules::TContRequest requestOf(const std::vector<TContAssignment>& together, const TContProfile* stored) {
+    rules::TContRequest request;
+    const std::uint32_t type = demandedType(together, stored);
+    request.type = typeOf(type);
+    if (stored != nullptr && stored->type == type) {
+        request.kept = stored->rates;
+    }
+    for (const TContAssignment& assignment : together) {
+        if (assignment.attribute->isRate()) {
+            request.mask |= assignment.attribute->bit;
+            request.asked.*assignment.attribute->rate = assignment.value;
+        }
+    }
+    return request;
+}
+
+Outcome outcomeOf(const rules::TContRequest& request, bool existed, const ClassLimits& limits) {
+    Outcome outcome;
+    outcome.type = static_cast<std::uint32_t>(request.type);
+    outcome.request = request;
+    outcome.start = request.kept ? *request.kept : rules::tContDefaultRates(request.type);
+    outcome.verdict = rules::tContRequestVerdict(rules::tContRateRules(request.type), request, limits,
+                                                 [&](std::uint32_t rate, onuTContProfileRateType type) {
+                                                     return rules::tContRateRounded(limits, type, rate);
+                                                 });
+    if (outcome.verdict) {
+        outcome.step =
+            rules::tContRefusedStep(existed, request, outcome.start, outcome.verdict.rates, limits);
+    }
+    return outcome;
+}
+
+/// The rates as they would become, whether or not the rules let them.
+TContRates ratesOf(const Outcome& outcome, const ClassLimits& limits) {
+    TContRates rates = outcome.start;
+    for (const TContRateKind& kind : rules::kTContRateKinds) {
+        if (outcome.request.asksFor(kind)) {
+            rates.*kind.value = outcome.request.asked.*kind.value;
+        }
+    }
+    return roundedUp(rates, limits);
+}
+
+std::string ratesText(const TContRates& rates) {
+    return std::to_string(rates.fixed) + "/" + std::to_string(rates.assured) + "/" +
+           std::to_string(rates.maximum);
+}
+
+/// The command with another value for one rate.
+std::string commandWith(const TContDemand& demand, const TContRateKind& kind, std::uint32_t value) {
+    std::string text = "onuqosctl tcont " + demand.verb + " " + common::argumentForName(demand.name);
+    const auto add = [&](const std::vector<TContAssignment>& assignments) {
+        for (const TContAssignment& assignment : assignments) {
+            if (assignment.attribute->rate != kind.value || !assignment.attribute->isRate()) {
+                text +=
+                    std::string(" ") + assignment.attribute->option + " " + std::to_string(assignment.value);
+            }
+        }
+    };
+    add(demand.together);
+    text += std::string(" ") + wordOf(kind).option + " " + std::to_string(value);
+    add(demand.afterwards);
+    return text;
+}
+
+/// Tells what `kind` may be while the rest of the request stays. Values that the whole request would not pass
+/// with are left out.
+void tellRange(Explanation& why, const Outcome& outcome, const TContRateKind& kind, bool existed,
+               const ClassLimits& limits) {
+    const TContRates rates = ratesOf(outcome, limits);
+    const std::uint32_t asked =
+        outcome.request.asksFor(kind) ? outcome.request.asked.*kind.value : rates.*kind.value;
+    const auto accepts = [&](std::uint32_t value) {
+        rules::TContRequest request = outcome.request;
+        request.mask |= kind.parm;
+        request.asked.*kind.value = value;
+        return outcomeOf(request, existed, limits).accepted();
+    };
+    const rules::RateRange range = rules::tContRateRange(kind, outcome.request.type, rates, limits);
+    const rules::NearestRates nearest = rules::nearestLegal(range, limits, kind.type, asked);
+    why.value = wordOf(kind).name;
+    why.asked = asked;
+    why.step = rules::tContRateStep(limits, kind.type, asked);
+    why.below = nearest.below && accepts(*nearest.below) ? nearest.below : std::nullopt;
+    why.above = nearest.above && accepts(*nearest.above) ? nearest.above : std::nullopt;
+    const auto bounds = rules::storedBounds(range, limits, kind.type);
+    if (bounds && accepts(bounds->first) && accepts(bounds->second)) {
+        why.least = bounds->first;
+        why.most = bounds->second;
+    }
+    const bool zero = range.zero && accepts(0);
+    const TContRates plain = outcome.request.asked;
+    const bool rounds = !outcome.verdict.kind && roundedUp(plain, limits) != plain;
+    why.hint = "asked " + std::to_string(asked) + (rounds ? ", all rounded up to " + ratesText(rates) : "") +
+               ": beside the others of the request, ";
+    why.hint = (why.least || zero) ? why.hint + rangeText(why, zero) : "";
+}
+
+/// The rates that can mend a request, those first that it names.
+std::vector<const TContRateKind*> candidates(const rules::TContRequest& request) {
+    constexpr std::array kOrder{&rules::kTContMaximum, &rules::kTContAssured, &rules::kTContFixed};
+    std::vector<const TContRateKind*> kinds;
+    std::ranges::copy_if(kOrder, std::back_inserter(kinds), [&](const TContRateKind* kind) {
+        return rules::tContRateRules(request.type).*kind->configurable;
+    });
+    std::ranges::stable_partition(kinds, [&](const TContRateKind* kind) { return request.asksFor(*kind); });
+    return kinds;
+}
+
+/// The commands that lead to rates which the module keeps refusing in one request: it writes them one by one,
+/// in an order of its own, and each step has to keep the rules.
+std::string singleStepsCommand(const TContDemand& demand, const Outcome& outcome, const TContProfile* now) {
+    const std::string word = common::argumentForName(demand.name);
+    TContRates from = typeDefaults(outcome.type);
+    std::string command = "onuqosctl tcont set " + word;
+    if (now == nullptr) {
+        command = "onuqosctl tcont create " + word + " && " + command;
+    } else if (now->type == outcome.type) {
+        from = now->rates;
+    } else {
+        command += " --type " + std::to_string(outcome.type);
+    }
+    for (const TContAssignment& assignment : demand.together) {
+        if (assignment.attribute->bit == rpcTContProfileParmsTContId) {
+            command += " --id " + std::to_string(assignment.value);
+        }
+    }
+    command += " " + singleSteps(from, outcome.verdict.rates);
+    for (const TContAssignment& assignment : demand.afterwards) {
+        command += std::string(" ") + assignment.attribute->option + " " + std::to_string(assignment.value);
+    }
+    return command;
+}
+
+Explanation explainStep(const TContDemand& demand, const Outcome& outcome, const TContProfile* now) {
+    Explanation why;
+    why.reason = "stepOrder";
+    why.value = wordOf(*outcome.step->kind).name;
+    why.asked = outcome.verdict.rates.*outcome.step->kind->value;
+    why.hint =
+        "the rates are valid together, but the module sets one after the other, and not all of its steps "
+        "are; "
+        "these are";
+    why.command = singleStepsCommand(demand, outcome, now);
+    return why;
+}
+
+Explanation explainOutcome(const TContDemand& demand, const Outcome& outcome, bool existed,
+                           const TContProfile* now, const ClassLimits& limits) {
+    const RateReason reason = outcome.step ? outcome.step->verdict.reason : outcome.verdict.reason;
+    const bool stepBound = outcome.step && reason == RateReason::belowLeast;
+    if (outcome.step && !stepBound) {
+        return explainStep(demand, outcome, now);
+    }
+    Explanation why;
+    const TContRateKind* kind = stepBound ? outcome.step->kind : outcome.verdict.kind;
+    if (kind != nullptr && reason == RateReason::notCarried) {
+        why.value = wordOf(*kind).name;
+        why.asked = outcome.request.asked.*kind->value;
+    } else if (kind != nullptr) {
+        tellRange(why, outcome, *kind, existed, limits);
+    } else {
+        for (const TContRateKind* candidate : candidates(outcome.request)) {
+            kind = candidate;
+            tellRange(why, outcome, *candidate, existed, limits);
+            if (proposal(why)) {
+                break;
+            }
+        }
+    }
+    why.reason = reasonName(reason);
+    why.text = kind == nullptr ? "" : ruleText(reason, *kind, outcome.type, limits);
+    if (const auto value = proposal(why)) {
+        why.command = commandWith(demand, *kind, *value);
+    }
+    return why;
+}
+
+}  // namespace
+
+std::uint32_t demandedType(const std::vector<TContAssignment>& together, const TContProfile* stored) {
+    std::uint32_t type = stored != nullptr ? stored->type : kNewType;
+    for (const TContAssignment& assignment : together) {
+        if (assignment.attribute->bit == rpcTContProfileParmsTContType) {
+            // Where a setter reads 0 as the default type, create-and-set wants it by its number.
+            type = assignment.value == 0 ? kNewType : assignment.value;
+        }
+    }
+    return type;
+}
+
+Explanation explainRequest(std::int32_t result, const TContDemand& demand, const TContProfile* before,
+                           const TContProfile* now, const ClassLimits& limits) {
+    if (result == rpcTContProfileResError || result == rpcTContProfileResOutOfRange) {
+        const auto outside = std::ranges::find_if_not(demand.together, &TContAssignment::isInDomain);
+        if (outside != demand.together.end()) {
+            return explainDomain("", *outside);
+        }
+    }
+    if (result != rpcTContProfileResOutOfRange && result != rpcTContProfileResRateError) {
+        return {};
+    }
+    // The profile is as the request found it, but for the steps that it carried out itself.
+    const Outcome then = outcomeOf(requestOf(demand.together, before), before != nullptr, limits);
+    const TContRates left = then.step ? then.step->before : before != nullptr ? before->rates : TContRates{};
+    const bool untouched =
+        now == nullptr ? before == nullptr : (before != nullptr || then.step) && now->rates == left;
+    if (untouched && tcontCode(then.result()) == result) {
+        return explainOutcome(demand, then, before != nullptr, now, limits);
+    }
+    const Outcome afterwards = outcomeOf(requestOf(demand.together, now), now != nullptr, limits);
+    return tcontCode(afterwards.result()) == result
+               ? explainOutcome(demand, afterwards, now != nullptr, now, limits)
+               : tablesChanged(afterwards.accepted(), std::nullopt);
+}
+
+}  // namespace onuqosctl
