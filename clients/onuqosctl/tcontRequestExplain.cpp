@@ -108,12 +108,23 @@ void tellRange(Explanation& why, const Outcome& outcome, const TContRateKind& ki
     why.value = wordOf(kind).name;
     why.asked = asked;
     why.step = rules::tContRateStep(limits, kind.type, asked);
-    why.below = nearest.below && accepts(*nearest.below) ? nearest.below : std::nullopt;
-    why.above = nearest.above && accepts(*nearest.above) ? nearest.above : std::nullopt;
-    const auto bounds = rules::storedBounds(range, limits, kind.type);
-    if (bounds && accepts(bounds->first) && accepts(bounds->second)) {
-        why.least = bounds->first;
-        why.most = bounds->second;
+    // Where the rates are right together but not at each step of the writing, the next values are looked at
+    // too: the margin is what the steps can lack.
+    const auto search = [&](std::optional<std::uint32_t> from,
+                            int direction) -> std::optional<std::uint32_t> {
+        for (std::uint32_t away = 0; from && away <= rules::kTContRateMargin; away += limits.rateStep) {
+            const std::int64_t value = std::int64_t{*from} + direction * std::int64_t{away};
+            if (value >= 0 && value <= limits.rateMax && accepts(static_cast<std::uint32_t>(value))) {
+                return static_cast<std::uint32_t>(value);
+            }
+        }
+        return std::nullopt;
+    };
+    why.below = search(nearest.below, -1);
+    why.above = search(nearest.above, 1);
+    if (const auto bounds = rules::storedBounds(range, limits, kind.type)) {
+        why.least = search(bounds->first, 1);
+        why.most = search(bounds->second, -1);
     }
     const bool zero = range.zero && accepts(0);
     const TContRates plain = outcome.request.asked;
