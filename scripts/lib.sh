@@ -7,7 +7,7 @@ PACKAGES=(
     g++ cmake ninja-build ccache pkg-config
     libboost-dev libboost-thread-dev libboost-system-dev libboost-date-time-dev
     libtirpc-dev rpcsvc-proto rpcbind nlohmann-json3-dev libcli11-dev
-    libgtest-dev libgmock-dev libbenchmark-dev python3
+    libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
 )
 
 say() { printf '%s\n' "$*" >&2; }

@@ -6,6 +6,8 @@ import subprocess
 import sys
 import unittest
 
+import jsonschema
+
 import harness
 from harness import PATIENCE
 
@@ -25,6 +27,38 @@ class Answer:
 def run(command, **options):
     done = subprocess.run(command, capture_output=True, timeout=PATIENCE, check=False, **options)
     return Answer(command, done.returncode, done.stdout.decode(), done.stderr.decode())
+
+
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "share", "schema",
+                       "clients.schema.json"), encoding="utf-8") as schema_file:
+    SCHEMA = json.load(schema_file)
+
+
+def definition(program, words):
+    """The name of the schema's definition for what a command line asks for, the one with the most words."""
+    line = " ".join([program, *words]) + " "
+    return max((name for name in SCHEMA["$defs"] if line.startswith(name + " ")), key=len, default=f"{program} answer")
+
+
+def validate(answer, options_with_value):
+    """Holds the documents that a client printed against the definition of what was asked."""
+    words, skip = [], False
+    for word in answer.command[1:]:
+        if not skip and not word.startswith("-"):
+            words.append(word)
+        skip = not skip and word in options_with_value
+    program = os.path.basename(answer.command[0])
+    try:
+        documents = [json.loads(answer.out)]
+    except json.JSONDecodeError:
+        documents = [json.loads(line) for line in answer.out.splitlines()]
+    for document in documents:
+        name = f"{program} refusal" if "request" in document else definition(program, words)
+        if answer.status == 0 and "request" in document:
+            raise AssertionError(f"{answer.command} was carried out: {document}")
+        jsonschema.Draft202012Validator({**SCHEMA, "anyOf": [{"$ref": "#/$defs/" + name.replace(" ", "%20")}]}).validate(
+            document)
+    return answer
 
 
 class ClientTest(harness.DaemonTest):
@@ -53,13 +87,20 @@ class ClientTest(harness.DaemonTest):
 
     def onuqosctl(self, transport, *arguments):
         port = self.daemon.udp_port if transport == "udp" else self.daemon.tcp_port
-        return run([self.client("onuqosctl"), "--transport", transport, "--port", str(port), *arguments])
+        return self.checked([self.client("onuqosctl"), "--transport", transport, "--port", str(port), *arguments])
 
     def oltctl_command(self, *arguments):
         return [self.client("oltctl"), "--control", self.daemon.control_path, *arguments]
 
     def oltctl(self, *arguments, **options):
-        return run(self.oltctl_command(*arguments), **options)
+        return self.checked(self.oltctl_command(*arguments), **options)
+
+    def checked(self, command, **options):
+        """Runs a client; what it prints in JSON must be as the schema says."""
+        answer = run(command, **options)
+        if "--json" in command:
+            validate(answer, ("--transport", "--port", "--timeout", "--control", "--socket-owner"))
+        return answer
 
     def good(self, answer):
         self.assertEqual((answer.status, answer.err), (0, ""), answer.command)

@@ -5,7 +5,7 @@ import shlex
 import socket
 import threading
 
-from clients import BOTH, ClientTest, main, run
+from clients import BOTH, ClientTest, main
 
 STEP, MOST = 64, 1244160
 LEAST = {1: (256, 0, 256), 2: (0, 256, 256), 3: (0, 256, 512), 4: (0, 0, 256), 5: (0, 0, 256)}
@@ -212,8 +212,8 @@ class ChangedMeanwhileTest(ClientTest):
         thread = threading.Thread(target=serve)
         thread.start()
         try:
-            return run([self.client("onuqosctl"), "--transport", "udp", "--port", str(relay.getsockname()[1]), "--json",
-                        *arguments])
+            return self.checked([self.client("onuqosctl"), "--transport", "udp", "--port", str(relay.getsockname()[1]),
+                                 "--json", *arguments])
         finally:
             with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as end:
                 end.sendto(b"", relay.getsockname())

@@ -4,6 +4,7 @@
 usage: installed.py CMAKE BUILD-DIRECTORY BUILD-TYPE [unittest arguments]
 """
 
+import json
 import os
 import re
 import shutil
@@ -60,6 +61,10 @@ class Installed(harness.DaemonTest):
             self.assertIn("__stack_chk_fail", symbols, path)
             if path.endswith("oltmgrd"):
                 self.assertLessEqual({"__snprintf_chk"}, symbols)
+
+    def test_the_schema_of_the_outputs_is_installed(self):
+        with open(os.path.join(self.tree, "share", "onuqos", "schema", "clients.schema.json"), encoding="utf-8") as file:
+            self.assertIn("onuqosctl refusal", json.load(file)["$defs"])
 
     def test_the_installed_tree_runs_from_anywhere(self):
         environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}

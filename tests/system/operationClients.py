@@ -167,7 +167,7 @@ class ModuleTest(ClientTest):
                 answer = run([self.client("onuqosctl"), "--transport", transport, "--port", free, "state"])
                 self.assertEqual((answer.status, answer.out), (3, ""))
                 self.assertRegex(answer.err, r"^onuqosctl: nothing listens on .*oltmgrd.*\n$")
-                document = run([*answer.command, "--json"])
+                document = self.checked([*answer.command, "--json"])
                 self.assertEqual(document.err, answer.err)
                 document = self.told(document, 3, None, "noAnswer", "state")
                 self.assertEqual(answer.err, f"onuqosctl: {document['text']}\n")
@@ -275,7 +275,7 @@ class ModuleTest(ClientTest):
             if "-o" in arguments and more[1] != ["--json"]:
                 continue
             with self.subTest(arguments=arguments, more=more):
-                document = run([program, *more[0], *arguments, *more[1]])
+                document = self.checked([program, *more[0], *arguments, *more[1]])
                 self.assertEqual(document.err, answer.err)
                 told = self.told(document, 2, None, "usage", document.json()["request"])
                 self.assertIn(told["request"], " ".join(arguments))
