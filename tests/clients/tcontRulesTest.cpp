@@ -133,7 +133,9 @@ TEST(ExplainSetter, TellsTheNearestValuesThatAreTaken) {
                          static_cast<std::uint32_t>(rate()), 0};
         setter.stored.maximum =
             setter.stored.fixed + setter.stored.assured + 256 + static_cast<std::uint32_t>(rate());
-        const auto& [option, member] = kOptions[setter.type == 5 ? random() % 3 : 1 + random() % 2];
+        const auto& chosen = kOptions[setter.type == 5 ? random() % 3 : 1 + random() % 2];
+        const char* const option = chosen.first;
+        std::uint32_t TContRates::*const member = chosen.second;
         const auto asked =
             static_cast<std::uint32_t>(random() % 4 == 0 ? random() % 12000000 : random() % 80000);
         const bool valid = setter.takes(&TContRates::maximum, setter.stored.maximum) &&
