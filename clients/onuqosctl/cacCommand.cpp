@@ -12,6 +12,7 @@
 #include "clients/onuqosctl/output.h"
 #include "common/errors.h"
 #include "common/number.h"
+#include "common/refusal.h"
 #include "common/table.h"
 #include "common/terminal.h"
 
@@ -176,6 +177,23 @@ int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Ca
     return status;
 }
 
+/// The same; while watching, a missing answer is one line of JSON too.
+int showOnceMore(Session& session, const std::vector<std::uint32_t>& ports, const Capacities& capacities,
+                 bool watching) {
+    try {
+        return showOnce(session, ports, capacities, watching);
+    } catch (const common::NoAnswer& error) {
+        if (!watching || !session.json()) {
+            throw;
+        }
+        const common::Refusal refusal{{}, common::kNoAnswerName, "cac show", error.what(), ""};
+        session.out << common::jsonForOutput(common::refusalToJson(refusal), -1) << '\n';
+        session.out.flush();
+        std::cerr << "onuqosctl: " << error.what() << '\n';
+        return common::kNoAnswer;
+    }
+}
+
 int show(Session& session, const Options& options) {
     const bool watching = options.watch.present();
     const double interval = common::parseSeconds(options.watch.text(), "--watch");
@@ -194,7 +212,7 @@ int show(Session& session, const Options& options) {
         } else if (!first && !session.json()) {
             session.out << '\n';
         }
-        const int status = showOnce(session, ports, capacities, watching);
+        const int status = showOnceMore(session, ports, capacities, watching);
         const bool last = !watching || (left > 0 && --left == 0);
         if (last || status != common::kCarriedOut || !session.out) {
             return status;

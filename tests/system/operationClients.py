@@ -121,6 +121,19 @@ class AdmissionTest(ClientTest):
                                              "3")).out.splitlines()
             self.assertEqual([json.loads(line)["ports"][0]["interface"] for line in lines], [1, 1, 1])
 
+    def test_watching_ends_with_one_line_when_nobody_answers_any_more(self):
+        command = [self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "--json", "cac", "show", "1",
+                   "--watch=0.01"]
+        with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as client:
+            lines = [client.stdout.readline()]
+            self.daemon.process.kill()
+            lines += client.stdout.readlines()
+            self.assertEqual(client.wait(PATIENCE), 3)
+            self.assertEqual(len(client.stderr.read().splitlines()), 1)
+        documents = [json.loads(line) for line in lines]
+        self.assertEqual({document["capacity"] for document in documents[:-1]}, {1240640})
+        self.assertEqual((documents[-1]["result"], documents[-1]["resultName"]), (None, "noAnswer"))
+
     def test_output_that_is_not_read_to_its_end(self):
         watch = (self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), "cac", "show", "1", "--watch=0.01")
         with subprocess.Popen(watch, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as client:
