@@ -73,20 +73,32 @@ std::string ratesText(const TContRates& rates) {
            std::to_string(rates.maximum);
 }
 
-/// The command with another value for one rate.
-std::string commandWith(const TContDemand& demand, const TContRateKind& kind, std::uint32_t value) {
+/// The request with another value for one rate.
+rules::TContRequest with(rules::TContRequest request, const TContRateKind& kind, std::uint32_t value) {
+    request.mask |= kind.parm;
+    request.asked.*kind.value = value;
+    return request;
+}
+
+/// The command with the rates of another request.
+std::string commandWith(const TContDemand& demand, const rules::TContRequest& request) {
     std::string text = "onuqosctl tcont " + demand.verb + " " + common::argumentForName(demand.name);
-    const auto add = [&](const std::vector<TContAssignment>& assignments) {
-        for (const TContAssignment& assignment : assignments) {
-            if (assignment.attribute->rate != kind.value || !assignment.attribute->isRate()) {
-                text +=
-                    std::string(" ") + assignment.attribute->option + " " + std::to_string(assignment.value);
-            }
-        }
+    const auto add = [&text](const char* option, std::uint32_t value) {
+        text += std::string(" ") + option + " " + std::to_string(value);
     };
-    add(demand.together);
-    text += std::string(" ") + wordOf(kind).option + " " + std::to_string(value);
-    add(demand.afterwards);
+    for (const TContAssignment& assignment : demand.together) {
+        if (!assignment.attribute->isRate()) {
+            add(assignment.attribute->option, assignment.value);
+        }
+    }
+    for (const TContRateKind& kind : rules::kTContRateKinds) {
+        if (request.asksFor(kind)) {
+            add(wordOf(kind).option, request.asked.*kind.value);
+        }
+    }
+    for (const TContAssignment& assignment : demand.afterwards) {
+        add(assignment.attribute->option, assignment.value);
+    }
     return text;
 }
 
@@ -98,10 +110,7 @@ void tellRange(Explanation& why, const Outcome& outcome, const TContRateKind& ki
     const std::uint32_t asked =
         outcome.request.asksFor(kind) ? outcome.request.asked.*kind.value : rates.*kind.value;
     const auto accepts = [&](std::uint32_t value) {
-        rules::TContRequest request = outcome.request;
-        request.mask |= kind.parm;
-        request.asked.*kind.value = value;
-        return outcomeOf(request, existed, limits).accepted();
+        return outcomeOf(with(outcome.request, kind, value), existed, limits).accepted();
     };
     const rules::RateRange range = rules::tContRateRange(kind, outcome.request.type, rates, limits);
     const rules::NearestRates nearest = rules::nearestLegal(range, limits, kind.type, asked);
@@ -183,6 +192,55 @@ Explanation explainStep(const TContDemand& demand, const Outcome& outcome, const
     return why;
 }
 
+/// A request near one in which no single rate can be mended: what is guaranteed becomes legal under the
+/// largest maximum, and the maximum then makes room for it. May be refused still.
+rules::TContRequest mended(const Outcome& outcome, const ClassLimits& limits) {
+    rules::TContRequest request = outcome.request;
+    TContRates rates = ratesOf(outcome, limits);
+    const std::uint32_t maximum = rates.maximum;
+    rates.maximum = limits.rateMax;
+    for (const TContRateKind* kind : {&rules::kTContFixed, &rules::kTContAssured}) {
+        if (!(rules::tContRateRules(request.type).*kind->configurable)) {
+            continue;
+        }
+        const auto nearest = rules::nearestLegal(rules::tContRateRange(*kind, request.type, rates, limits),
+                                                 limits, kind->type, rates.*kind->value);
+        rates.*kind->value = nearest.above.value_or(nearest.below.value_or(0));
+        request = with(request, *kind, rates.*kind->value);
+    }
+    const auto room = rules::tContRateRange(rules::kTContMaximum, request.type, rates, limits);
+    const auto nearest = rules::nearestLegal(room, limits, tContRateMaximum, maximum);
+    return with(request, rules::kTContMaximum, nearest.above.value_or(nearest.below.value_or(maximum)));
+}
+
+/// Where several rates are wrong: tells the bounds of the one that is outside its own, and a request near
+/// this one that is right.
+void tellMended(Explanation& why, const TContDemand& demand, const Outcome& outcome, bool existed,
+                const TContProfile* now, const ClassLimits& limits) {
+    if (const TContRateKind* kind = outcome.verdict.kind) {
+        const std::uint32_t least = rules::tContRateRules(outcome.request.type).*kind->least;
+        const rules::RateRange own{.least = least, .most = limits.rateMax, .zero = least == 0};
+        const rules::NearestRates nearest = rules::nearestLegal(own, limits, kind->type, *why.asked);
+        why.least = least;
+        why.most = limits.rateMax;
+        why.below = nearest.below;
+        why.above = nearest.above;
+        why.hint = "asked " + std::to_string(*why.asked) + ": by itself, " + rangeText(why, own.zero) +
+                   "; other rates of the request are wrong too";
+    } else {
+        why.hint = "asked " + ratesText(ratesOf(outcome, limits)) +
+                   " (fixed/assured/maximum, rounded up): no other "
+                   "value of one rate alone is accepted";
+    }
+    const rules::TContRequest request = mended(outcome, limits);
+    const Outcome other = outcomeOf(request, existed, limits);
+    if (other.verdict) {
+        why.hint += ", near it is " + ratesText(other.verdict.rates);
+        why.command =
+            other.accepted() ? commandWith(demand, request) : singleStepsCommand(demand, other, now);
+    }
+}
+
 Explanation explainOutcome(const TContDemand& demand, const Outcome& outcome, bool existed,
                            const TContProfile* now, const ClassLimits& limits) {
     const RateReason reason = outcome.step ? outcome.step->verdict.reason : outcome.verdict.reason;
@@ -209,7 +267,9 @@ Explanation explainOutcome(const TContDemand& demand, const Outcome& outcome, bo
     why.reason = reasonName(reason);
     why.text = kind == nullptr ? "" : ruleText(reason, *kind, outcome.type, limits);
     if (const auto value = proposal(why)) {
-        why.command = commandWith(demand, *kind, *value);
+        why.command = commandWith(demand, with(outcome.request, *kind, *value));
+    } else if (kind != nullptr && reason != RateReason::notCarried) {
+        tellMended(why, demand, outcome, existed, now, limits);
     }
     return why;
 }

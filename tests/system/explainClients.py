@@ -121,6 +121,24 @@ class TContTest(ClientTest):
                 made = self.ask("tcp", *shlex.split(told["hint"][told["hint"].rindex("onuqosctl"):])[1:])["profile"]
                 self.assertEqual(made["tContType"], kind)
 
+    def test_several_rates_that_are_wrong(self):
+        own = {"least": 256, "most": MOST, "nearest": {"below": None, "above": 256}}
+        none = {"least": None, "most": None, "nearest": {"below": None, "above": None}}
+        for number, (kind, given, reason, told, near) in enumerate([
+            (3, {1: 100, 2: 300}, "belowLeast", own, (0, 256, 512)), (5, {0: 2509, 1: 192, 2: 143}, "belowLeast", own,
+                                                                      (2560, 192, 3008)),
+            (5, {0: 100, 1: 192, 2: 0}, "type5Maximum", none, (128, 192, 576)),
+            (5, {0: 128, 1: 0, 2: 0}, "type5Guarantee", none, (256, 0, 512)),
+            (5, {0: 70165, 1: 128}, "type5Maximum", none, (70208, 128, 70592)),
+        ]):
+            with self.subTest(kind=kind, given=given):
+                options = [word for each, rate in given.items() for word in (f"--{RATES[each]}", str(rate))]
+                hint = self.explanation(reason, told, "tcont", "create", f"p{number}", "--type", str(kind), *options)["hint"]
+                self.assertIn("/".join(str(rate) for rate in near), hint)
+                for command in hint[hint.index("onuqosctl"):].split("&&"):
+                    made = self.ask("tcp", *shlex.split(command)[1:])["profile"]
+                self.assertEqual((made["fixedRate"], made["assuredRate"], made["maximumRate"]), near)
+
     def test_values_that_are_no_rates(self):
         self.ask("tcp", "tcont", "create", "one", "--type", "1")
         for reason, told, arguments in [
