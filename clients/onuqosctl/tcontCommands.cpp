@@ -3,6 +3,7 @@
 #include "clients/onuqosctl/profileCommands.h"
 #include "clients/onuqosctl/tcontAttributes.h"
 #include "clients/onuqosctl/tcontExplain.h"
+#include "clients/onuqosctl/tcontOutcome.h"
 #include "clients/onuqosctl/tcontProfile.h"
 
 namespace onuqosctl {

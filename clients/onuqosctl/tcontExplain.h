@@ -7,7 +7,6 @@
 #include "clients/onuqosctl/explanation.h"
 #include "clients/onuqosctl/tcontAttributes.h"
 #include "clients/onuqosctl/tcontProfile.h"
-#include "onuqos/rules/tContRequest.h"
 
 namespace onuqosctl {
 
@@ -35,8 +34,5 @@ struct TContDemand {
 /// what it wrote until it was refused has stayed unless it made the profile.
 Explanation explainRequest(std::int32_t result, const TContDemand& demand, const TContProfile* before,
                            const TContProfile* now, const ClassLimits& limits);
-
-/// The type that a request asks for; what is stored, or the default, unless it does.
-std::uint32_t demandedType(const std::vector<TContAssignment>& together, const TContProfile* stored);
 
 }  // namespace onuqosctl

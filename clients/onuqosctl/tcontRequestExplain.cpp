@@ -1,8 +1,7 @@
-#include "clients/onuqosctl/tcontExplain.h"
-
 #include <algorithm>
-#include <array>
 
+#include "clients/onuqosctl/tcontExplain.h"
+#include "clients/onuqosctl/tcontOutcome.h"
 #include "common/name.h"
 
 namespace onuqosctl {
@@ -11,73 +10,9 @@ namespace {
 using rules::RateReason;
 using rules::TContRateKind;
 
-constexpr std::uint32_t kNewType = tContType5;
-
-/// What the rules say to a request.
-struct Outcome {
-    std::uint32_t type = 0;
-    TContRates start;  // what its rates are written over
-    rules::TContRequest request;
-    rules::TContRequestVerdict verdict;    // before anything is written
-    std::optional<rules::TContStep> step;  // where the writing ends
-
-    [[nodiscard]] rules::Result result() const { return step ? step->verdict.result() : verdict.result(); }
-    [[nodiscard]] bool accepted() const { return verdict && !step; }
-};
-
-rules::TContRequest requestOf(const std::vector<TContAssignment>& together, const TContProfile* stored) {
-    rules::TContRequest request;
-    const std::uint32_t type = demandedType(together, stored);
-    request.type = typeOf(type);
-    if (stored != nullptr && stored->type == type) {
-        request.kept = stored->rates;
-    }
-    for (const TContAssignment& assignment : together) {
-        if (assignment.attribute->isRate()) {
-            request.mask |= assignment.attribute->bit;
-            request.asked.*assignment.attribute->rate = assignment.value;
-        }
-    }
-    return request;
-}
-
-Outcome outcomeOf(const rules::TContRequest& request, bool existed, const ClassLimits& limits) {
-    Outcome outcome;
-    outcome.type = static_cast<std::uint32_t>(request.type);
-    outcome.request = request;
-    outcome.start = request.kept ? *request.kept : rules::tContDefaultRates(request.type);
-    outcome.verdict = rules::tContRequestVerdict(rules::tContRateRules(request.type), request, limits,
-                                                 [&](std::uint32_t rate, onuTContProfileRateType type) {
-                                                     return rules::tContRateRounded(limits, type, rate);
-                                                 });
-    if (outcome.verdict) {
-        outcome.step =
-            rules::tContRefusedStep(existed, request, outcome.start, outcome.verdict.rates, limits);
-    }
-    return outcome;
-}
-
-/// The rates as they would become, whether or not the rules let them.
-TContRates ratesOf(const Outcome& outcome, const ClassLimits& limits) {
-    TContRates rates = outcome.start;
-    for (const TContRateKind& kind : rules::kTContRateKinds) {
-        if (outcome.request.asksFor(kind)) {
-            rates.*kind.value = outcome.request.asked.*kind.value;
-        }
-    }
-    return roundedUp(rates, limits);
-}
-
 std::string ratesText(const TContRates& rates) {
     return std::to_string(rates.fixed) + "/" + std::to_string(rates.assured) + "/" +
            std::to_string(rates.maximum);
-}
-
-/// The request with another value for one rate.
-rules::TContRequest with(rules::TContRequest request, const TContRateKind& kind, std::uint32_t value) {
-    request.mask |= kind.parm;
-    request.asked.*kind.value = value;
-    return request;
 }
 
 /// The command with the rates of another request.
@@ -106,7 +41,7 @@ std::string commandWith(const TContDemand& demand, const rules::TContRequest& re
 /// with are left out.
 void tellRange(Explanation& why, const Outcome& outcome, const TContRateKind& kind, bool existed,
                const ClassLimits& limits) {
-    const TContRates rates = ratesOf(outcome, limits);
+    const TContRates rates = ratesAsked(outcome, limits);
     const std::uint32_t asked =
         outcome.request.asksFor(kind) ? outcome.request.asked.*kind.value : rates.*kind.value;
     const auto accepts = [&](std::uint32_t value) {
@@ -141,17 +76,6 @@ void tellRange(Explanation& why, const Outcome& outcome, const TContRateKind& ki
     why.hint = "asked " + std::to_string(asked) + (rounds ? ", all rounded up to " + ratesText(rates) : "") +
                ": beside the others of the request, ";
     why.hint = (why.least || zero) ? why.hint + rangeText(why, zero) : "";
-}
-
-/// The rates that can mend a request, those first that it names.
-std::vector<const TContRateKind*> candidates(const rules::TContRequest& request) {
-    constexpr std::array kOrder{&rules::kTContMaximum, &rules::kTContAssured, &rules::kTContFixed};
-    std::vector<const TContRateKind*> kinds;
-    std::ranges::copy_if(kOrder, std::back_inserter(kinds), [&](const TContRateKind* kind) {
-        return rules::tContRateRules(request.type).*kind->configurable;
-    });
-    std::ranges::stable_partition(kinds, [&](const TContRateKind* kind) { return request.asksFor(*kind); });
-    return kinds;
 }
 
 /// The commands that lead to rates which the module keeps refusing in one request: it writes them one by one,
@@ -192,27 +116,6 @@ Explanation explainStep(const TContDemand& demand, const Outcome& outcome, const
     return why;
 }
 
-/// A request near one in which no single rate can be mended: what is guaranteed becomes legal under the
-/// largest maximum, and the maximum then makes room for it. May be refused still.
-rules::TContRequest mended(const Outcome& outcome, const ClassLimits& limits) {
-    rules::TContRequest request = outcome.request;
-    TContRates rates = ratesOf(outcome, limits);
-    const std::uint32_t maximum = rates.maximum;
-    rates.maximum = limits.rateMax;
-    for (const TContRateKind* kind : {&rules::kTContFixed, &rules::kTContAssured}) {
-        if (!(rules::tContRateRules(request.type).*kind->configurable)) {
-            continue;
-        }
-        const auto nearest = rules::nearestLegal(rules::tContRateRange(*kind, request.type, rates, limits),
-                                                 limits, kind->type, rates.*kind->value);
-        rates.*kind->value = nearest.above.value_or(nearest.below.value_or(0));
-        request = with(request, *kind, rates.*kind->value);
-    }
-    const auto room = rules::tContRateRange(rules::kTContMaximum, request.type, rates, limits);
-    const auto nearest = rules::nearestLegal(room, limits, tContRateMaximum, maximum);
-    return with(request, rules::kTContMaximum, nearest.above.value_or(nearest.below.value_or(maximum)));
-}
-
 /// Where several rates are wrong: tells the bounds of the one that is outside its own, and a request near
 /// this one that is right.
 void tellMended(Explanation& why, const TContDemand& demand, const Outcome& outcome, bool existed,
@@ -228,7 +131,7 @@ void tellMended(Explanation& why, const TContDemand& demand, const Outcome& outc
         why.hint = "asked " + std::to_string(*why.asked) + ": by itself, " + rangeText(why, own.zero) +
                    "; other rates of the request are wrong too";
     } else {
-        why.hint = "asked " + ratesText(ratesOf(outcome, limits)) +
+        why.hint = "asked " + ratesText(ratesAsked(outcome, limits)) +
                    " (fixed/assured/maximum, rounded up): no other "
                    "value of one rate alone is accepted";
     }
@@ -275,17 +178,6 @@ Explanation explainOutcome(const TContDemand& demand, const Outcome& outcome, bo
 }
 
 }  // namespace
-
-std::uint32_t demandedType(const std::vector<TContAssignment>& together, const TContProfile* stored) {
-    std::uint32_t type = stored != nullptr ? stored->type : kNewType;
-    for (const TContAssignment& assignment : together) {
-        if (assignment.attribute->bit == rpcTContProfileParmsTContType) {
-            // Where a setter reads 0 as the default type, create-and-set wants it by its number.
-            type = assignment.value == 0 ? kNewType : assignment.value;
-        }
-    }
-    return type;
-}
 
 Explanation explainRequest(std::int32_t result, const TContDemand& demand, const TContProfile* before,
                            const TContProfile* now, const ClassLimits& limits) {
