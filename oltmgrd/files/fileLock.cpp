@@ -33,7 +33,7 @@ bool isHolder(const std::string& text) {
 }  // namespace
 
 FileLock::FileLock(const std::string& path) {
-    const std::string file = path + ".lock";
+    const std::string file = path + kLockEnd;
     // Neither another file by way of a link, nor waiting should it be a FIFO.
     descriptor_ = Descriptor(
         ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, kMode));

@@ -6,6 +6,9 @@
 
 namespace oltmgrd {
 
+/// How the names of locks end.
+inline constexpr const char* kLockEnd = ".lock";
+
 /// Keeps a path to this process, among those that ask for it, while the object lives: an exclusive lock on
 /// the file `path`.lock, which ends with its holder however that ends. The lock's file holds the number of
 /// the process and stays where it is, as another process may have opened it already.

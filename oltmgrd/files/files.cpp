@@ -5,11 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <random>
+#include <system_error>
 
 #include "oltmgrd/files/descriptor.h"
 #include "oltmgrd/files/errors.h"
@@ -36,7 +35,7 @@ bool writeAll(int descriptor, std::string_view contents) {
     return true;
 }
 
-std::string directoryOf(const std::string& path) {
+std::filesystem::path directoryOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
@@ -65,8 +64,21 @@ void removeLeftOvers(const std::string& target) {
 }  // namespace
 
 std::string resolvedPath(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
-    return real ? std::string(real.get()) : path;
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::canonical(path, error);
+    if (!error) {
+        return whole;
+    }
+    // Other than a name that is missing, a link may lead back to itself.
+    if (error != std::errc::no_such_file_or_directory) {
+        return path;
+    }
+    const std::filesystem::path aim = std::filesystem::read_symlink(path, error);
+    if (!error) {
+        return resolvedPath(directoryOf(path) / aim);
+    }
+    const std::filesystem::path directory = std::filesystem::canonical(directoryOf(path), error);
+    return error ? path : std::string(directory / std::filesystem::path(path).filename());
 }
 
 std::string readFile(const std::string& path) {
@@ -103,6 +115,9 @@ const std::string& LockedFile::checked(const std::string& target) {
     struct stat status {};
     if (::stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw FileError(target + ": is no regular file");
+    }
+    if (target.ends_with(kLockEnd)) {
+        throw FileError(target + ": is the name of a lock; choose one that does not end in " + kLockEnd);
     }
     return target;
 }

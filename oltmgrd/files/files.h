@@ -15,7 +15,8 @@ inline constexpr std::size_t kFileMax = 16U << 20U;
 /// `kFileMax` bytes.
 std::string readFile(const std::string& path);
 
-/// What `path` names after its symbolic links; `path` itself where nothing is.
+/// What `path` names after its symbolic links, also where nothing is there yet, so that a file has one name
+/// before and after it is made; `path` itself where its directory is missing.
 std::string resolvedPath(const std::string& path);
 
 /// A file that this process alone may replace while the object lives, as long as the others use this too.
@@ -23,8 +24,8 @@ std::string resolvedPath(const std::string& path);
 class LockedFile {
 public:
     /// Takes the file's lock, and removes what killed processes left behind beside it. Throws
-    /// `FileInUseError` when another process has the lock, `FileError` when it cannot be had or when `path`
-    /// is there and is no regular file.
+    /// `FileInUseError` when another process has the lock, `FileError` when it cannot be had, when `path` is
+    /// there and is no regular file, or when it is the name of a lock.
     explicit LockedFile(const std::string& path);
 
     /// The file itself, after symbolic links.

@@ -73,6 +73,24 @@ class Files(InstanceTest):
         self.daemon.stop()
         self.assertTrue(os.path.exists(config + ".lock"))
 
+    def test_a_configuration_has_one_name_before_and_after_it_is_made(self):
+        os.mkdir(self.path("folder"))
+        os.symlink("folder", self.path("link"))
+        self.daemon.prepare = lambda: os.chdir(self.directory)
+        for config in ("config.json", "./folder/../config.other", "link/config", self.path("link/config.absolute")):
+            self.daemon.start("--config", config)
+            for _ in range(2):
+                self.daemon.request("config-save")
+            self.daemon.request("config-save", file=os.path.realpath(os.path.join(self.directory, config)))
+            self.daemon.stop()
+        # Nor does a link become the file that it names.
+        self.daemon.start()
+        os.symlink("later", self.path("early"))
+        for _ in range(2):
+            self.daemon.request("config-save", file=self.path("early"))
+        self.assertEqual(os.readlink(self.path("early")), "later")
+        self.assertTrue(self.read("later"))
+
     def test_a_save_to_another_path_takes_its_lock(self):
         self.daemon.start()
         path = self.path("saved")
@@ -87,6 +105,10 @@ class Files(InstanceTest):
         self.write("kept.lock", "somebody's work\n")
         self.assertIn("is no lock of oltmgrd", self.daemon.refused("config-save", file=self.path("kept")))
         self.assertEqual(self.read("kept.lock"), b"somebody's work\n")
+        for lock in (path + ".lock", self.daemon.control_path + ".lock"):
+            held = os.stat(lock).st_ino
+            self.assertIn("is the name of a lock", self.daemon.refused("config-save", file=lock))
+            self.assertEqual(os.stat(lock).st_ino, held)
 
     @unittest.skipUnless(os.geteuid() == 0, "needs another user")
     def test_in_a_folder_that_cannot_be_written_the_restore_works_and_saving_is_refused(self):
