@@ -11,12 +11,19 @@
 namespace oltmgrd {
 namespace {
 
-sigset_t handledSignals() {
+/// Those that ask for a stop.
+sigset_t stopSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    for (const int signal : {SIGTERM, SIGINT}) {
         sigaddset(&signals, signal);
     }
+    return signals;
+}
+
+sigset_t handledSignals() {
+    sigset_t signals = stopSignals();
+    sigaddset(&signals, SIGHUP);
     return signals;
 }
 
@@ -72,7 +79,7 @@ void Signals::run() {
             continue;
         }
         limit = static_cast<int>(actions_.limit.count());
-        const sigset_t signals = handledSignals();
+        const sigset_t signals = stopSignals();
         ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
         const std::lock_guard guard(mutex_);
         isStopAskedFor_ = true;

@@ -13,7 +13,8 @@
 namespace oltmgrd {
 
 /// Takes SIGTERM, SIGINT and SIGHUP on a thread of its own, whatever the others do. The first of SIGTERM and
-/// SIGINT asks for a stop; a second one ends the process at once, as it does where nothing takes it.
+/// SIGINT asks for a stop; a second one ends the process at once, as it does where nothing takes it;
+/// SIGHUP does nothing by then.
 class Signals {
 public:
     struct Actions {

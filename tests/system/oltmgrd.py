@@ -4,6 +4,7 @@
 usage: oltmgrd.py OLTMGRD MODULE [unittest arguments]
 """
 
+import contextlib
 import json
 import os
 import random
@@ -178,6 +179,16 @@ class Lifecycle(harness.DaemonTest):
         harness.await_true(lambda: not self.can_connect() or self.daemon.process.poll() is not None, "the stop")
         self.daemon.process.send_signal(signal.SIGTERM)
         self.assertIn(self.daemon.process.wait(PATIENCE), (0, -signal.SIGTERM))
+
+    def test_hangups_do_not_cut_a_stop_short(self):
+        self.daemon.start()
+        begin = time.monotonic()
+        self.daemon.process.send_signal(signal.SIGTERM)
+        while self.daemon.process.poll() is None:
+            self.daemon.process.send_signal(signal.SIGHUP)
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                self.daemon.process.wait(0.005)
+        self.daemon.await_clean_end(begin)
 
     def test_an_answer_that_is_not_read_does_not_hold_up_the_stop(self):
         self.daemon.start()
