@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "common/text.h"
@@ -28,6 +29,8 @@ namespace {
 
 constexpr std::chrono::seconds kRegistrationLimit{2};
 constexpr std::chrono::seconds kRequestsLimit{1};
+constexpr std::chrono::milliseconds kTurnLimit{5000};
+constexpr std::chrono::milliseconds kTurnInterval{10};
 // For a stop in order. What is left undone then takes the process half a second more at most.
 constexpr std::chrono::milliseconds kStopLimit{1300};
 constexpr std::chrono::milliseconds kFlushLimit{100};
@@ -98,6 +101,7 @@ public:
         // there.
         host_->configure(!configuration);
         host_->setLockDeadline(options_.lockDeadline);
+        std::optional<Descriptor> turn = awaitRegistrationTurn();
         refuseToBeSecond();
         loadModule();
         if (configuration_ && configurationFile) {
@@ -121,6 +125,7 @@ public:
         }
         goOn();
         rpc_->start(module_ != nullptr, kRegistrationLimit);
+        turn.reset();
         context_.rpc = &*rpc_;
         context_.host = host_.get();
         commands_.emplace(context_);
@@ -201,6 +206,18 @@ private:
             warning = "warning: configuration is restored but cannot be saved: " + std::string(error.what());
         }
         return std::nullopt;
+    }
+
+    /// Of two that start at the same time, each would find that nobody serves the program. Any process may
+    /// keep the turn, so no start waits for it for ever.
+    std::optional<Descriptor> awaitRegistrationTurn() {
+        std::optional<Descriptor> turn;
+        auto left = options_.takeOver ? 0 : kTurnLimit / kTurnInterval;
+        for (; left > 0 && !(turn = takeRegistrationTurn()); --left) {
+            goOn();
+            std::this_thread::sleep_for(kTurnInterval);
+        }
+        return turn;
     }
 
     void refuseToBeSecond() const {

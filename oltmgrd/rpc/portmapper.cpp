@@ -211,6 +211,20 @@ void withdrawPorts(const RpcPorts& ports) {
     }
 }
 
+std::optional<Descriptor> takeRegistrationTurn() {
+    // A name in the abstract namespace belongs to the network, as the portmapper does, and goes with its
+    // process.
+    constexpr std::string_view kName("\0oltmgrd registers 536870950", 28);
+    Descriptor turn(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::ranges::copy(kName, address.sun_path);
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + kName.size());
+    return ::bind(turn, reinterpret_cast<const sockaddr*>(&address), size) == 0
+               ? std::optional(std::move(turn))
+               : std::nullopt;
+}
+
 bool isProgramServed(const RpcPorts& ports) {
     for (const Transport& transport : kTransports) {
         const std::uint16_t port = ports.*transport.port;

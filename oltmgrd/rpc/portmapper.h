@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "oltmgrd/files/descriptor.h"
+
 namespace oltmgrd {
 
 /// The ports of an RPC program. Aligned as the integer of its size: exchanging it at once takes clang a
@@ -28,6 +30,10 @@ bool publishPorts(const RpcPorts& ports);
 
 /// Takes those of the ports out of the portmapper that are still registered.
 void withdrawPorts(const RpcPorts& ports);
+
+/// The turn to look whether the program is served and, where it is not, to register it; nothing while another
+/// process of this network has it. It ends with the descriptor.
+std::optional<Descriptor> takeRegistrationTurn();
 
 /// Whether a server of the program answers at one of the ports.
 bool isProgramServed(const RpcPorts& ports);

@@ -142,7 +142,6 @@ void RpcServer::watchPublication(const std::stop_token& stop) {
     while (!stopped.wait_for(guard, stop, kPublishedInterval, [] { return false; }) &&
            !stop.stop_requested()) {
         const auto published = publishedPorts();
-        portmapperAnswers_ = published.has_value();
         const bool isOther =
             published && (isAnother(published->udp, ports.udp) || isAnother(published->tcp, ports.tcp));
         const bool isLost = published && !isOther && !wasTakenOver && published != ports;
@@ -159,14 +158,9 @@ void RpcServer::watchPublication(const std::stop_token& stop) {
     }
 }
 
-bool RpcServer::isPublished() {
+bool RpcServer::isPublished() const {
     const RpcPorts ports = ports_;
-    if (ports == RpcPorts{} || !portmapperAnswers_) {
-        return false;
-    }
-    const auto published = publishedPorts();
-    portmapperAnswers_ = published.has_value();
-    return published == ports && portmapperIsThere();
+    return ports != RpcPorts{} && publishedPorts() == ports && portmapperIsThere();
 }
 
 void RpcServer::giveUpRegistration() {

@@ -28,9 +28,8 @@ public:
     RpcServer(const RpcServer&) = delete;
     RpcServer& operator=(const RpcServer&) = delete;
 
-    /// Asks the portmapper whether the ports that it has for the program are those of this process. One that
-    /// was found not to answer is not asked, and waited for, until it does again.
-    bool isPublished();
+    /// Asks the portmapper whether the ports that it has for the program are those of this process.
+    bool isPublished() const;
 
     /// The ports on which the module's program is served; none before it is registered.
     RpcPorts ports() const { return ports_; }
@@ -60,7 +59,6 @@ private:
     Tell tell_;
     bool registering_ = false;
     std::atomic<RpcPorts> ports_;
-    std::atomic<bool> portmapperAnswers_ = true;
     RPCProxy loop_;
     std::jthread registrationWatch_;
     std::jthread portmapperCutter_;

@@ -272,6 +272,20 @@ class Registration(InstanceTest):
         second.stop()
         self.assertEqual(self.registered(), {})
 
+    def test_of_two_that_start_at_once_one_serves(self):
+        for _ in range(4):
+            both = [subprocess.Popen(daemon.arguments(), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+                    for daemon in (self.daemon, self.other())]
+            harness.await_true(lambda: any(process.poll() is not None for process in both), "one that does not start")
+            refused, served = sorted(both, key=lambda process: process.poll() is None)
+            self.assertEqual(refused.returncode, 1)
+            self.assertIn("another process serves the RPC program", refused.communicate()[1])
+            ready = next(line for line in served.stdout if line.startswith("oltmgrd ready"))
+            self.assertEqual(self.registered(), {word[4:7]: int(word[8:]) for word in ready.split()[3:]})
+            served.terminate()
+            served.communicate(timeout=PATIENCE)
+            self.assertEqual(served.returncode, 0)
+
     def test_who_was_taken_over_leaves_the_portmapper_alone(self):
         first = self.daemon.start()
         second = self.other().start("--take-over")
