@@ -9,6 +9,7 @@ struct Account {
     rules::Result result = rules::Result::error;
     onuQosOnuCacInfo* onu = nullptr;
     onuQosOltCacInfo* port = nullptr;
+    std::uint32_t portIntf = 0;
 };
 
 Account accountOf(At at, unsigned int onuIntf, std::map<std::uint32_t, onuQosOnuCacInfo>& onus,
@@ -25,7 +26,7 @@ Account accountOf(At at, unsigned int onuIntf, std::map<std::uint32_t, onuQosOnu
     if (port == ports.end()) {
         return {};
     }
-    return {.result = rules::Result::ok, .onu = &onu->second, .port = &port->second};
+    return {.result = rules::Result::ok, .onu = &onu->second, .port = &port->second, .portIntf = port->first};
 }
 
 }  // namespace
@@ -85,6 +86,10 @@ onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnOnuChange(unsigned int onuIntf, 
 
     if (!add) {
         rules::removeOnu(*account.port, *account.onu);
+        if (auto& onus = configuredOnus_[account.portIntf];
+            onus > 0) {  // the ONU may have come from another port
+            --onus;
+        }
         return onuQosResOk;
     }
     rules::RatePair overhead;
@@ -93,5 +98,6 @@ onuQos::onuQosRes onuQos::onuQosCalcAllocRatesOnOnuChange(unsigned int onuIntf, 
         return onuQosResError;
     }
     rules::addOnu(*account.port, *account.onu, overhead);
+    ++configuredOnus_[account.portIntf];
     return onuQosResOk;
 }

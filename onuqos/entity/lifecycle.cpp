@@ -83,6 +83,7 @@ bool onuQos::applyDefaultSettings() {
         bindings.clear();
     }
     boundProfiles_.clear();
+    configuredOnus_.clear();
     for (auto& [intf, port] : onuQosOltCacMap) {
         rules::clear(port);
     }

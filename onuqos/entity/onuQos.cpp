@@ -154,6 +154,8 @@ const onuQosClassInterface* onuQosClassInterfaceGet() {
         .onuFlowProfileGet = &onuQos::onuFlowProfileGet,
         .onuFlowProfileRuleSet = &onuQos::onuFlowProfileRuleSet,
         .onuFlowProfileActionSet = &onuQos::onuFlowProfileActionSet,
-        .onuFlowProfileCreateAndSet = &onuQos::onuFlowProfileCreateAndSet};
+        .onuFlowProfileCreateAndSet = &onuQos::onuFlowProfileCreateAndSet,
+        .onuQosPortLedgerGet = &onuQos::onuQosPortLedgerGet,
+        .onuQosCacOltGet = &onuQos::onuQosCacOltGet};
     return &table;
 }

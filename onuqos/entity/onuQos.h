@@ -29,6 +29,7 @@ constexpr std::size_t kProfileNameMax = 64;
 constexpr std::size_t kProfileCountMax = 256;
 
 struct onuQosTables;
+struct onuQosPortLedger;
 struct TContRate;
 struct FlowActionField;
 struct FlowRuleStep;
@@ -375,6 +376,9 @@ public:
     onuQosRes onuQosCacOltGet(unsigned int oltIntf, unsigned int& estAvailFixedRate,
                               unsigned int& estAvailAssuredRate, unsigned int& actAvailFixedRate,
                               unsigned int& actAvailAssuredRate, bool& cacViolation);
+    /// What a port holds and what limits it (rules/portLedger.h); never walks over bindings or ONUs.
+    /// WrongIntf for other interfaces; Error for a port without a record.
+    onuQosRes onuQosPortLedgerGet(unsigned int oltIntf, onuQosPortLedger& ledger) const;
     /// Decides whether a port is over-committed, and raises or clears its alarm accordingly.
     onuQosRes onuQosOltCacStateUpdate(unsigned int oltIntf);
     /// Raises or clears the over-commitment alarm of a port; reported once a transition.
@@ -464,7 +468,8 @@ private:
     onuQosOMApi OMApi;
 
     // Platforms and debuggers know the members above by their order: additions come after them.
-    BoundProfiles boundProfiles_;  ///< how many bindings name each profile
+    BoundProfiles boundProfiles_;                            ///< how many bindings name each profile
+    std::map<std::uint32_t, std::uint32_t> configuredOnus_;  ///< how many a port has
 };
 
 /// All tables of the module at one moment.

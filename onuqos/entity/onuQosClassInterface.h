@@ -37,6 +37,9 @@ struct onuQosClassInterface {
     decltype(&onuQos::onuFlowProfileRuleSet) onuFlowProfileRuleSet;
     decltype(&onuQos::onuFlowProfileActionSet) onuFlowProfileActionSet;
     decltype(&onuQos::onuFlowProfileCreateAndSet) onuFlowProfileCreateAndSet;
+
+    decltype(&onuQos::onuQosPortLedgerGet) onuQosPortLedgerGet;
+    decltype(&onuQos::onuQosCacOltGet) onuQosCacOltGet;
 };
 
 extern "C" {

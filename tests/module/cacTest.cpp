@@ -2,6 +2,7 @@
 #include "onuqos/rules/admission.h"
 #include "onuqos/rules/limits.h"
 #include "onuqos/rules/overhead.h"
+#include "onuqos/rules/portLedger.h"
 
 // Bandwidth admission control: the functions of rates and sums, the accounting, the checks and the alarm.
 
@@ -381,6 +382,41 @@ TEST_F(CacTest, theFlowQuestionLooksTheSecondNameUpInBothStores) {
     EXPECT_TRUE(tables().onuQosServiceIntfMap.contains(900'000)) << "with a binding table from then on";
 }
 
+TEST_F(CacTest, theLedgerOfAPortIsReadWithoutAWalk) {
+    standin::Inventory platform = inventory();
+    platform.ports[0].technology = Interfaces::ponTechGpon;  // of a 10G OLT, too
+    platform.ports[1].technology = 3;
+    startAgain(platform);
+    standin::ports::setDistances(1, 5, 40);
+    makeFlow("f");
+    makeRates("t", 8192, 0);
+    onuQosPortLedger ledger;
+    const auto read = [&] { EXPECT_EQ(module_.onuQosPortLedgerGet(1, ledger), onuQosResOk); };
+    const auto calls = callsOf(read).size();
+    for (const unsigned int onu : {101U, 102U, 103U}) {
+        bindOnly(onu, "t");
+    }
+    EXPECT_EQ(callsOf(read).size(), calls) << "bindings cost no call";
+    const onuQosPortLedger expected{.sums = port(),
+                                    .bandwidthClass = kTenG ? oltPortBw10G : oltPortBwGpon,
+                                    .limitTotal = byClass(1240640U, 9918464U),
+                                    .line = onuQosPortLine{oltPortBwGpon, 5, 40, 578024 - 35 * 11000},
+                                    .configuredOnus = 3};
+    EXPECT_EQ(ledger, expected);
+    EXPECT_EQ(module_.onuQosPortLedgerGet(2, ledger), onuQosResOk);
+    EXPECT_EQ(ledger.line, std::nullopt) << "of a technology that is not known";
+    remove(102);
+    read();
+    EXPECT_EQ(ledger.configuredOnus, 2U);
+    EXPECT_TRUE(applyDefaults());
+    read();
+    EXPECT_EQ(ledger.configuredOnus, 0U);
+    const onuQosPortLedger before = ledger;
+    fail("sharedLock");
+    EXPECT_EQ(module_.onuQosPortLedgerGet(2, ledger), onuQosResError);
+    EXPECT_EQ(ledger, before);
+}
+
 TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
     // 103 hangs on an interface that counts as a port and has no records.
     standin::Inventory platform = inventory();
@@ -392,6 +428,7 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
     onuQos& m = module_;
     unsigned int a = 0, b = 0, c = 0, d = 0;
     bool violation = false;
+    onuQosPortLedger ledger;
     oltPortBw bandwidthClass{};
     struct Question {
         std::function<int(unsigned int)> ask;
@@ -408,6 +445,7 @@ TEST_F(CacTest, refusesInterfacesOfOtherKindsAndWithoutRecords) {
         {[&](auto i) { return !m.onuQosEstCacOnServiceApply(i, 0, 0); }, kPort},
         {[&](auto i) { return !m.onuQosActualCacOnServiceApply(i, 0, 0); }, kPort},
         {[&](auto i) { return m.onuQosOltEstAvailRatesGet(i, a, b); }, kOnu, onuQosResWrongIntf},
+        {[&](auto i) { return m.onuQosPortLedgerGet(i, ledger); }, kOnu, onuQosResWrongIntf},
         {[&](auto i) { return m.onuQosOltCacStateUpdate(i); }, kOnu},
         {[&](auto i) { return m.onuQosOltCacAlarm(i, true); }, kOnu},
         {[&](auto i) { return m.onuQosCacOltGet(i, a, b, c, d, violation); }, kOnu},

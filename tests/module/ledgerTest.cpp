@@ -1,6 +1,7 @@
 #include <random>
 
 #include "moduleTest.h"
+#include "onuqos/rules/portLedger.h"
 
 // Sums kept by the test itself, from the bindings and from its own copy of the documented tables.
 
@@ -79,6 +80,14 @@ protected:
         for (const unsigned int port : {1U, 2U}) {
             const auto& sums = now.onuQosOltCacMap.at(port);
             ASSERT_EQ((Rates{sums.fixedAlloc, sums.assuredAlloc}), ports_.at(port)) << "step " << step;
+            onuQosPortLedger ledger;
+            ASSERT_EQ(module_.onuQosPortLedgerGet(port, ledger), onuQosResOk);
+            ASSERT_EQ((Rates{ledger.sums.fixedAlloc, ledger.sums.assuredAlloc}), ports_.at(port)) << step;
+            ASSERT_EQ(ledger.sums.cacViolation, sums.cacViolation) << step;
+            ASSERT_EQ(ledger.configuredOnus,
+                      std::ranges::count_if(
+                          onus_, [&](const auto& row) { return row.first / 100 == port && row.second.own; }))
+                << step;
         }
         for (const auto& [intf, onu] : onus_) {
             const auto& record = now.onuQosOnuCacMap.at(intf);

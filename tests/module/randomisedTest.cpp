@@ -5,6 +5,7 @@
 #include "BLLManager.h"
 #include "moduleTest.h"
 #include "onuqos/rules/overhead.h"
+#include "onuqos/rules/portLedger.h"
 
 namespace {
 
@@ -223,6 +224,14 @@ void RandomisedTest::expectIndexesAgree(const onuQosTables& now) {
         rules::RatePair overhead;
         EXPECT_EQ(module_.onuQosOnuOverheadGet(onu, overhead.fixed, overhead.assured), onuQosResOk);
         EXPECT_EQ(overhead, rules::onuOverhead(first, port.fixedAlloc, port.assuredAlloc)) << onu;
+    }
+    for (const unsigned int port : {1U, 2U}) {
+        onuQosPortLedger ledger;
+        ASSERT_EQ(module_.onuQosPortLedgerGet(port, ledger), onuQosResOk);
+        EXPECT_EQ(ledger.sums, now.onuQosOltCacMap.at(port));
+        EXPECT_EQ(ledger.configuredOnus, std::ranges::count_if(kOnus, [&](unsigned int onu) {
+                      return portOf(onu) == port && now.onuQosOnuCacMap.at(onu).configured;
+                  }));
     }
 }
 

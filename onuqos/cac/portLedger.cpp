@@ -1,0 +1,44 @@
+#include "onuqos/rules/portLedger.h"
+
+#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/classLimits.h"
+#include "onuqos/rules/limits.h"
+#include "onuqos/support/interfaceType.h"
+#include "onuqos/support/log.h"
+
+onuQos::onuQosRes onuQos::onuQosPortLedgerGet(unsigned int oltIntf, onuQosPortLedger& ledger) const {
+    constexpr const char* kOperation = "onuQosPortLedgerGet";
+    const ReadLock lock(kOperation);
+    if (!lock) {
+        return onuQosResError;
+    }
+    const auto type = interfaceTypeOf(oltIntf);
+    if (!type) {
+        return onuQosResError;
+    }
+    if (*type != Interfaces::interfaceTypeOltPon) {
+        return onuQosResWrongIntf;
+    }
+    const auto port = onuQosOltCacMap.find(oltIntf);
+    if (port == onuQosOltCacMap.end()) {
+        logError(kOperation, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", oltIntf);
+        return onuQosResError;
+    }
+    ledger = {.sums = port->second,
+              .bandwidthClass = &rules::limitsOf(TCONT_RATE_GRANULARITY) == &rules::kTenGLimits
+                                    ? oltPortBw10G
+                                    : oltPortBwGpon,
+              .limitTotal = OLT_TOTAL_RATE_MAX,
+              .line = {},
+              .configuredOnus = 0};
+    if (const auto onus = configuredOnus_.find(oltIntf); onus != configuredOnus_.end()) {
+        ledger.configuredOnus = onus->second;
+    }
+    onuQosPortLine line;
+    if (onuQosPonLinkDistanceGet(oltIntf, line.minDistance, line.maxDistance) == onuQosResOk &&
+        getOltPortBwIntf(oltIntf, line.technology) == onuQosResOk) {
+        line.limitFixed = rules::maxFixedRate(line.technology, line.minDistance, line.maxDistance);
+        ledger.line = line;
+    }
+    return onuQosResOk;
+}
