@@ -41,6 +41,7 @@ Command addWords(Command app, const Row& row) {
 const char* valueName(Kind kind) {
     switch (kind) {
         case Kind::name:
+        case Kind::nameOrNothing:
         case Kind::operation:
             return "NAME";
         case Kind::path:
@@ -71,7 +72,7 @@ void addCommand(Command app, const Row& row, Request& request) {
     bool names = false;
     for (const Argument& argument : row.arguments) {
         given.push_back(addArgument(command, argument));
-        names = names || argument.kind == Kind::name;
+        names = names || argument.kind == Kind::name || argument.kind == Kind::nameOrNothing;
     }
     command.footer("Sends the control command " + std::string(row.name) + "." +
                    (names ? std::string("\n") + common::kNameHelp : ""));

@@ -47,6 +47,7 @@ Json argumentValue(const Argument& argument, const std::string& text) {
             }
             return common::nameToJson(std::filesystem::absolute(text).string());
         case Kind::name:
+        case Kind::nameOrNothing:
         case Kind::operation:
             break;
     }

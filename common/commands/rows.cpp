@@ -48,6 +48,8 @@ const std::vector<Row>& table() {
         {"port-distance-set", "port distance", "Sets the fibre distances of a PON port and tells the module",
          {kPort, {"min", Kind::number, "MIN", "Nearest ONU, kilometres"},
           {"max", Kind::number, "MAX", "Farthest ONU, kilometres"}}},
+        {"ledger-get", "port list", "Lists the PON ports: what they hold, their limits and what is free, kbit/s",
+         {{"interface", Kind::numberOrNothing, "--port", "Only this one", "null"}}},
         {"port-available-set", "port available", "Sets what the platform says is free on a PON port",
          {kPort,
           {"fixed", Kind::numberOrNothing, "FIXED", "Free for fixed rates, bytes per second, or computed", nullptr,
@@ -100,9 +102,9 @@ constexpr Group kGroups[] = {
 // clang-format on
 
 /// In the order of `Kind`.
-constexpr std::array<std::string_view, 9> kKindNames{
-    "number", "integer",        "integer",         "boolean",  "name",
-    "name",   "number or null", "integer or null", "operation"};
+constexpr std::array<std::string_view, 10> kKindNames{
+    "number", "integer",        "integer",         "boolean",      "name",
+    "name",   "number or null", "integer or null", "name or null", "operation"};
 
 }  // namespace
 

@@ -20,6 +20,7 @@ enum class Kind : std::uint8_t {
     path,              ///< a name; on a command line a file, from the client's directory where it is relative
     numberOrNothing,   ///< as number, or null
     integerOrNothing,  ///< as integer, or null
+    nameOrNothing,     ///< as name, or null
     operation,         ///< a string: the name of a platform operation
 };
 

@@ -34,6 +34,12 @@ void checkName(const Json& value, const std::string& pointer) {
     JsonFields::nameIn(value, pointer);
 }
 
+void checkNameOrNothing(const Json& value, const std::string& pointer) {
+    if (!value.is_null()) {
+        checkName(value, pointer);
+    }
+}
+
 void checkText(const Json& value, const std::string& pointer) {
     if (!value.is_string()) {
         throw JsonError(pointer, "must be a string");
@@ -43,15 +49,16 @@ void checkText(const Json& value, const std::string& pointer) {
 using Check = void (*)(const Json& value, const std::string& pointer);
 
 /// In the order of `common::commands::Kind`.
-constexpr std::array<Check, 9> kChecks{checkInteger<std::uint32_t>,
-                                       checkInteger<std::int32_t>,
-                                       checkInteger<std::int16_t>,
-                                       checkBoolean,
-                                       checkName,
-                                       checkName,
-                                       checkIntegerOrNothing<std::uint32_t>,
-                                       checkIntegerOrNothing<std::int32_t>,
-                                       checkText};
+constexpr std::array<Check, 10> kChecks{checkInteger<std::uint32_t>,
+                                        checkInteger<std::int32_t>,
+                                        checkInteger<std::int16_t>,
+                                        checkBoolean,
+                                        checkName,
+                                        checkName,
+                                        checkIntegerOrNothing<std::uint32_t>,
+                                        checkIntegerOrNothing<std::int32_t>,
+                                        checkNameOrNothing,
+                                        checkText};
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -27,6 +28,13 @@ public:
     bool boolean(std::string_view name) const { return at(name).get<bool>(); }
     std::string name(std::string_view name) const;
     std::string text(std::string_view name) const { return at(name).get<std::string>(); }
+    /// Nothing for null, which also stands for an argument that was left out where that is its default.
+    std::optional<std::uint32_t> numberIfGiven(std::string_view name) const {
+        return isNothing(name) ? std::nullopt : std::optional(number(name));
+    }
+    std::optional<std::string> nameIfGiven(std::string_view name) const {
+        return isNothing(name) ? std::nullopt : std::optional(this->name(name));
+    }
     bool isNothing(std::string_view name) const { return at(name).is_null(); }
 
     /// Where an argument is in the request, for messages about it.

@@ -3,14 +3,20 @@
 #include "oltmgrd/module/results.h"
 
 namespace oltmgrd {
-namespace {
 
-ServiceSide& servicesOf(CommandContext& context) {
-    if (context.services == nullptr) {
+const onuQosClassInterface& moduleOf(const CommandContext& context) {
+    if (context.module == nullptr) {
         throw CommandError("not available: no loaded module binds services");
     }
+    return *context.module;
+}
+
+ServiceSide& servicesOf(const CommandContext& context) {
+    moduleOf(context);
     return *context.services;
 }
+
+namespace {
 
 Answer answerOf(Result result) {
     return {.text = {}, .arguments = {{"res", static_cast<int>(result)}, {"resName", resultName(result)}}};

@@ -31,6 +31,17 @@ struct HostEntity {
     std::string_view state;  ///< "registered", "started", "failed" or "stopped"
 };
 
+struct HostOnu {
+    std::uint32_t interface = 0;
+    std::uint32_t port = 0;  ///< interface of its PON port
+};
+
+/// Interface indexes, ascending.
+struct HostInterfaces {
+    std::vector<std::uint32_t> ports;  ///< PON ports
+    std::vector<HostOnu> onus;
+};
+
 /// An alarm as an entity reported or retreated it.
 struct HostAlarm {
     bool reported = false;  ///< false: retreated
@@ -82,6 +93,10 @@ public:
     /// Returns all entities to their factory settings under the exclusive platform lock; the names of those
     /// that answered false. Throws when the lock was not obtained: then none was asked.
     virtual std::vector<std::string> applyDefaultSettings() = 0;
+
+    // Interfaces
+
+    virtual HostInterfaces interfaces() const = 0;
 
     // Notices, raised on the calling thread; false when a handler vetoed one
 

@@ -96,6 +96,15 @@ std::vector<AppliedService> ServiceSide::list() const {
     return services;
 }
 
+std::map<std::uint32_t, std::size_t> ServiceSide::counts() const {
+    const std::lock_guard guard(services_);
+    std::map<std::uint32_t, std::size_t> counts;
+    for (const auto& [key, order] : orders_) {
+        ++counts[key.first];
+    }
+    return counts;
+}
+
 std::vector<AppliedService> ServiceSide::listAgreedWith(const onuQosTables& tables) {
     reconcileWith(tables);
     return list();

@@ -66,6 +66,9 @@ public:
     /// In order of application. Does not wait for an operation that is under way.
     std::vector<AppliedService> list() const;
 
+    /// How many services each ONU has that has any.
+    std::map<std::uint32_t, std::size_t> counts() const;
+
     /// Keeps operations from beginning while it lives. Taken before the platform lock.
     [[nodiscard]] std::unique_lock<std::mutex> hold() { return std::unique_lock(operations_); }
 

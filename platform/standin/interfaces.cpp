@@ -46,6 +46,18 @@ bool typeInto(const InterfaceRecord& record, Interfaces::interfaceType* type) {
 
 namespace interfaces {
 
+std::vector<ListedInterface> list() {
+    return state<Registry>().with([](const Registry& registry) {
+        std::vector<ListedInterface> list;
+        for (const Interfaces::Interface& interface : registry.list()) {
+            list.push_back({.interface = interface.intf,
+                            .type = interface.type,
+                            .parent = registry.find(interface.intf)->parent});
+        }
+        return list;
+    });
+}
+
 void setLinkUp(unsigned int interface, bool up) {
     change(interface, [up](InterfaceRecord& record) { record.up = up; });
 }

@@ -42,7 +42,8 @@ TABLE = {
     "oltmgrd/services": ["common", "platform/include/BLLManager.h", "oltmgrd/module", "oltmgrd/platform"],
     "oltmgrd/configuration": ["common", "onuqos/rules", "onuqos/entity/onuQos.h", "platform/include/BLLManager.h",
                               "oltmgrd/files", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
-    "oltmgrd/observe": ["common", "onuqos/rules", "oltmgrd/module", "oltmgrd/platform", "oltmgrd/services"],
+    "oltmgrd/observe": ["common", "onuqos/rules", "platform/include/BLLManager.h", "oltmgrd/files", "oltmgrd/module",
+                        "oltmgrd/platform", "oltmgrd/services"],
 
     "oltmgrd/control": ["common", "common/commands", *("oltmgrd/" + part for part in DAEMON)],
     "oltmgrd/http": ["common", "oltmgrd/observe"],

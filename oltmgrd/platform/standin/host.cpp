@@ -85,6 +85,18 @@ public:
         return carryOut([] { return standin::manager::applyDefaultSettings(); });
     }
 
+    HostInterfaces interfaces() const override {
+        HostInterfaces interfaces;
+        for (const standin::ListedInterface& interface : standin::interfaces::list()) {
+            if (interface.type == Interfaces::interfaceTypeOltPon) {
+                interfaces.ports.push_back(interface.interface);
+            } else if (interface.type == Interfaces::interfaceTypeOnu) {
+                interfaces.onus.push_back({.interface = interface.interface, .port = interface.parent});
+            }
+        }
+        return interfaces;
+    }
+
     bool configurationApplyStart() override { return standin::manager::raiseConfigurationApplyStart(); }
     bool configurationApplyStop() override { return standin::manager::raiseConfigurationApplyStop(); }
 

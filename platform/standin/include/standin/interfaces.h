@@ -2,14 +2,25 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace standin {
+
+/// An interface as it was configured.
+struct ListedInterface {
+    unsigned int interface = 0;
+    int type = 0;
+    unsigned int parent = 0;  ///< of an ONU
+};
 
 /// Control of the interfaces and their events. May be called from any thread. The operations that set
 /// something throw `Error` when the interface is unknown.
 namespace interfaces {
 
 #pragma GCC visibility push(default)
+
+/// All interfaces in ascending order. Not a platform call.
+std::vector<ListedInterface> list();
 
 void setLinkUp(unsigned int interface, bool up);
 
