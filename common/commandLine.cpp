@@ -70,6 +70,11 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error) {
         !reachedCommand(app).get_subcommands([](const CLI::App* /*any*/) { return true; }).empty()) {
         return "unknown command or option " + inQuotes(unknown.front());
     }
+    // The library names them from the last to the first.
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+        return "unknown argument" + std::string(unknown.size() == 1 ? " " : "s ") +
+               CLI::detail::join(unknown, ", ");
+    }
     return oneLine(error.what());
 }
 

@@ -100,6 +100,15 @@ Fields fieldsOf(const Json& record) {
     return fields;
 }
 
+Json parsedAnswer(const std::string& line) {
+    Json answer = Json::parse(line, nullptr, false);
+    if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
+        throw common::NoAnswer(
+            "what answers on the control path does not speak the control protocol of oltmgrd");
+    }
+    return answer;
+}
+
 }  // namespace
 
 namespace {
@@ -120,6 +129,33 @@ const char* channelResultName(const Json& result) {
 }
 
 }  // namespace
+
+std::string joinedAnswer(const std::vector<std::string>& lines) {
+    Json joined = parsedAnswer(lines.front());
+    for (const std::string& line : lines) {
+        const Json answer = parsedAnswer(line);
+        if (answer["result"] != 0) {
+            return line;
+        }
+        joined["arguments"].update(answer["arguments"]);
+    }
+    return lines.size() == 1 ? lines.front() : joined.dump();
+}
+
+std::string messageAnswer(const std::string& line, const std::string& message) {
+    // It is carried out without a word.
+    constexpr std::string_view kSilent = "onuQosOMApiDebug";
+    const Json answer = parsedAnswer(line);
+    if (message == kSilent || answer["result"] != 0 || answer["arguments"].value("reply", Json()) != "") {
+        return line;
+    }
+    return Json{{"result", common::kRefused},
+                {"text", "message " + common::inQuotes(message) +
+                             ": no entity replied; it is none that they know, or the platform lock was not "
+                             "obtained"},
+                {"arguments", answer["arguments"]}}
+        .dump();
+}
 
 std::string refusalText(const Json& answer) {
     const std::string text = textOf(answer, "text");
@@ -202,11 +238,7 @@ Json refusalDocument(const Json& answer, const std::string& words) {
 }
 
 int report(const std::string& line, const std::string& words, Print print, common::Format format) {
-    const Json answer = Json::parse(line, nullptr, false);
-    if (!answer.is_object() || !answer.contains("result") || !answer["result"].is_number_integer()) {
-        throw common::NoAnswer(
-            "what answers on the control path does not speak the control protocol of oltmgrd");
-    }
+    const Json answer = parsedAnswer(line);
     const std::string refusal = refusalText(answer);
     if (format == common::Format::json) {
         std::cout << common::jsonForOutput(refusal.empty() ? answer : refusalDocument(answer, words)) << '\n';

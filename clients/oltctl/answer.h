@@ -3,6 +3,7 @@
 #include <iosfwd>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 #include "common/commandLine.h"
 
@@ -24,6 +25,13 @@ void printAnswer(std::ostream& out, const Json& answer);
 
 /// Prints the bytes of the answer's `reply` as they are.
 void printReply(std::ostream& out, const Json& answer);
+
+/// The answers to one command's requests as one: the arguments of all, or the first that refuses. Throws
+/// common::NoAnswer for what is no answer of the control channel.
+std::string joinedAnswer(const std::vector<std::string>& lines);
+
+/// The answer to a message; a refusal when no entity replied anything.
+std::string messageAnswer(const std::string& line, const std::string& message);
 
 /// How an answer is shown to people.
 using Print = void (*)(std::ostream& out, const Json& answer);

@@ -1,18 +1,23 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "clients/oltctl/answer.h"
 #include "clients/oltctl/channel.h"
+#include "clients/oltctl/guards.h"
 #include "clients/oltctl/request.h"
+#include "clients/oltctl/views.h"
 #include "common/commandLine.h"
 #include "common/commands/rows.h"
 #include "common/controlPath.h"
+#include "common/errors.h"
 #include "common/name.h"
 #include "common/number.h"
 #include "common/standardDescriptors.h"
@@ -27,8 +32,11 @@ using oltctl::Row;
 
 /// What the command line asks for.
 struct Request {
-    std::string words, line;
+    std::string words;
+    std::vector<std::string> lines;  ///< their answers are joined
     oltctl::Print print = oltctl::printAnswer;
+    std::string message{};                    ///< its name, where one is sent
+    std::vector<std::string> linesForJson{};  ///< instead of `lines`, unless empty
 };
 
 Command addWords(Command app, const Row& row) {
@@ -51,7 +59,11 @@ const char* valueName(Kind kind) {
     }
 }
 
-Given addArgument(Command command, const Argument& argument) {
+/// Nothing for an argument that is not on the command line.
+std::optional<Given> addArgument(Command command, const Argument& argument) {
+    if (!argument.onCommandLine()) {
+        return std::nullopt;
+    }
     if (argument.positional()) {
         return command.argument(argument.option, argument.help,
                                 argument.required() ? Command::Count::one : Command::Count::oneOrNone);
@@ -66,34 +78,92 @@ Given addArgument(Command command, const Argument& argument) {
     return given;
 }
 
+Given addGuard(Command command, const oltctl::Guard& guard) {
+    return command.flag(guard.option, guard.help);
+}
+
+/// Throws common::UsageError for a request that is not to be sent without its option.
+void hold(const oltctl::Guard& guard, std::string_view words, const nlohmann::ordered_json& arguments) {
+    if (const auto objection = guard.objection(arguments)) {
+        throw common::UsageError(std::string(words) + ": " + *objection + "; nothing was sent, " +
+                                 guard.option + " does it all the same");
+    }
+}
+
 void addCommand(Command app, const Row& row, Request& request) {
     const Command command = addWords(app, row);
-    std::vector<Given> given;
+    std::vector<std::optional<Given>> given;
     bool names = false;
     for (const Argument& argument : row.arguments) {
         given.push_back(addArgument(command, argument));
         names = names || argument.kind == Kind::name || argument.kind == Kind::nameOrNothing;
     }
+    const oltctl::Guard* guard = oltctl::guardOf(row.name);
+    const auto confirmed = guard == nullptr ? std::nullopt : std::optional(addGuard(command, *guard));
     command.footer("Sends the control command " + std::string(row.name) + "." +
                    (names ? std::string("\n") + common::kNameHelp : ""));
-    command.whenNamed([&row, &request, given] {
+    command.whenNamed([&row, &request, given, guard, confirmed] {
         std::vector<std::optional<std::string>> texts;
-        for (const Given& argument : given) {
-            texts.push_back(argument.present() ? std::optional(argument.text()) : std::nullopt);
+        for (const auto& argument : given) {
+            texts.push_back(argument && argument->present() ? std::optional(argument->text()) : std::nullopt);
         }
-        request = {std::string(row.words), oltctl::requestLine(row, texts),
-                   row.name == "message" ? oltctl::printReply : oltctl::printAnswer};
+        const auto arguments = oltctl::requestArguments(row, texts);
+        if (confirmed && !confirmed->present()) {
+            hold(*guard, row.words, arguments);
+        }
+        request = {.words = std::string(row.words),
+                   .lines = {oltctl::requestLine(row.name, arguments)},
+                   .print = oltctl::printOf(row.name),
+                   .message = row.name == "message" ? texts.front().value_or("") : ""};
     });
 }
 
-void addDump(Command app, Request& request) {
+/// A command that shows one interface, by what the answers to `requests` say of it.
+void addShow(Command group, const char* placeholder, const char* help, oltctl::Print print,
+             const std::vector<const char*>& requests, Request& request) {
+    const Command command = group.add("show", help);
+    const Given interface = command.argument(placeholder, "Interface index", Command::Count::one);
+    command.whenNamed([=, &request] {
+        request = {.words = "show", .lines = {}, .print = print};
+        for (const char* name : requests) {
+            const Row& row = *common::commands::rowNamed(name);
+            std::vector<std::optional<std::string>> texts(row.arguments.size());
+            texts.front() = interface.text();
+            request.lines.push_back(oltctl::requestLine(name, oltctl::requestArguments(row, texts)));
+        }
+    });
+}
+
+void addDump(Command app, const Row& row, Request& request) {
     const Command command = app.add("dump", "Prints all tables of the module");
     const Given interface = command.argument("INTERFACE", "Lists the service bindings of this ONU only",
                                              Command::Count::oneOrNone);
-    command.footer("Sends the control command message with the name onuQosDump.");
-    command.whenNamed([&request, interface] {
-        const auto onu = interface.present() ? std::optional(interface.text()) : std::nullopt;
-        request = {"dump", oltctl::dumpRequestLine(onu), oltctl::printReply};
+    std::vector<Given> given;
+    for (const Argument& argument : row.arguments) {
+        given.push_back(*addArgument(command, argument));
+    }
+    command.footer(
+        "Sends the control command message with the name onuQosDump; for --onu, --busy and JSON output "
+        "tables-get.");
+    command.whenNamed([&row, &request, interface, given] {
+        const auto textOf = [](const Given& argument) {
+            return argument.present() ? std::optional(argument.text()) : std::nullopt;
+        };
+        std::vector<std::optional<std::string>> texts;
+        for (const Given& argument : given) {
+            texts.push_back(textOf(argument));
+        }
+        const std::string tables = oltctl::requestLine(row.name, oltctl::requestArguments(row, texts));
+        if (std::ranges::any_of(given, &Given::present)) {
+            request = {.words = "dump", .lines = {tables}};
+            return;
+        }
+        const std::string text = oltctl::dumpRequestLine(textOf(interface));
+        request = {.words = "dump",
+                   .lines = {text},
+                   .print = oltctl::printReply,
+                   .message = "onuQosDump",
+                   .linesForJson = {text, tables}};
     });
 }
 
@@ -107,7 +177,7 @@ void addCall(Command app, Request& request) {
         if (arguments == "-") {
             arguments.assign(std::istreambuf_iterator<char>(std::cin), {});
         }
-        request = {"call " + name.text(), oltctl::requestLine(name.text(), arguments)};
+        request = {.words = "call " + name.text(), .lines = {oltctl::rawRequestLine(name.text(), arguments)}};
     });
 }
 
@@ -144,15 +214,26 @@ resultName, request, text, hint, and explanation and arguments where there are a
         app.addGroup(std::string(group.word), group.help);
     }
     for (const Row& row : common::commands::rows()) {
-        addCommand(app, row, request);
+        row.words == "dump" ? addDump(app, row, request) : addCommand(app, row, request);
     }
-    addDump(app, request);
+    addShow(app.at("port"), "PORT", "Shows what a PON port holds, its limits and what is free",
+            oltctl::printPort, {"ledger-get"}, request);
+    addShow(app.at("onu"), "ONU", "Shows what is bound on an ONU and accounted of it", oltctl::printOnu,
+            {"onu-list", "service-list"}, request);
     addCall(app, request);
 
     return line.run(argc, argv, [&] {
         const double seconds = common::parseSeconds(timeout.text(), "--timeout");
-        const std::string answer =
-            oltctl::Channel(path.text(), seconds, believedOwners(owner)).ask(request.line);
+        oltctl::Channel channel(path.text(), seconds, believedOwners(owner));
+        const bool forJson = line.format() == common::Format::json && !request.linesForJson.empty();
+        std::vector<std::string> answers;
+        for (const std::string& asked : forJson ? request.linesForJson : request.lines) {
+            answers.push_back(channel.ask(asked));
+        }
+        std::string answer = oltctl::joinedAnswer(answers);
+        if (!request.message.empty()) {
+            answer = oltctl::messageAnswer(answer, request.message);
+        }
         return oltctl::report(answer, request.words, request.print, line.format());
     });
 }

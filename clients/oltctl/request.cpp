@@ -14,10 +14,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 using common::commands::Kind;
 
-std::string lineOf(std::string_view command, const Json& arguments) {
-    return Json{{"command", command}, {"arguments", arguments}}.dump();
-}
-
 bool yesOrNo(const Argument& argument, const std::string& text) {
     if (text == "yes" || text == "true" || text == "no" || text == "false") {
         return text == "yes" || text == "true";
@@ -27,6 +23,10 @@ bool yesOrNo(const Argument& argument, const std::string& text) {
 }
 
 }  // namespace
+
+std::string requestLine(std::string_view command, const Json& arguments) {
+    return Json{{"command", command}, {"arguments", arguments}}.dump();
+}
 
 Json argumentValue(const Argument& argument, const std::string& text) {
     if (argument.nothing != nullptr && text == argument.nothing) {
@@ -54,17 +54,20 @@ Json argumentValue(const Argument& argument, const std::string& text) {
     return common::nameToJson(common::nameFromArgument(text));
 }
 
-std::string requestLine(const Row& row, const std::vector<std::optional<std::string>>& texts) {
+Json requestArguments(const Row& row, const std::vector<std::optional<std::string>>& texts) {
     Json arguments = Json::object();
     for (std::size_t at = 0; at < texts.size(); ++at) {
-        if (texts[at]) {
-            arguments[std::string(row.arguments[at].name)] = argumentValue(row.arguments[at], *texts[at]);
+        const Argument& argument = row.arguments[at];
+        if (!argument.onCommandLine()) {
+            arguments[std::string(argument.name)] = true;
+        } else if (texts[at]) {
+            arguments[std::string(argument.name)] = argumentValue(argument, *texts[at]);
         }
     }
-    return lineOf(row.name, arguments);
+    return arguments;
 }
 
-std::string requestLine(const std::string& command, const std::string& arguments) {
+std::string rawRequestLine(const std::string& command, const std::string& arguments) {
     if (!common::isUtf8(command)) {
         throw common::UsageError("call: a control command's name is UTF-8");
     }
@@ -72,7 +75,7 @@ std::string requestLine(const std::string& command, const std::string& arguments
     if (!parsed.is_object()) {
         throw common::UsageError("call: the arguments are not a JSON object");
     }
-    return lineOf(command, parsed);
+    return requestLine(command, parsed);
 }
 
 std::string dumpRequestLine(const std::optional<std::string>& interface) {
@@ -80,7 +83,7 @@ std::string dumpRequestLine(const std::optional<std::string>& interface) {
     if (interface) {
         arguments["argument"] = std::to_string(common::parseInteger(*interface, "INTERFACE"));
     }
-    return lineOf("message", arguments);
+    return requestLine("message", arguments);
 }
 
 }  // namespace oltctl

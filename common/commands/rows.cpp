@@ -26,7 +26,12 @@ const std::vector<Row>& table() {
           {"termPointType", Kind::integer, "--term-point-type", "0, 1 or 2: UNI type 7, 6 or 1 of the hardware layer"},
           {"termPointId", Kind::shortInteger, "--term-point-id", "Number of the termination point"}}},
         {"service-remove", "service remove", "Removes a service from an ONU", {kOnu, kService}},
-        {"service-list", "service list", "Lists the applied services in order of application", {}},
+        {"service-list", "service list", "Lists the applied services in order of application",
+         {{"interface", Kind::numberOrNothing, "--onu", "Only those of this ONU", "null"},
+          {"port", Kind::numberOrNothing, "--port", "Only those on this PON port", "null"},
+          {"tcontProfile", Kind::nameOrNothing, "--tcont", "Only those of this T-CONT profile, by its name then or now", "null"},
+          {"flowProfile", Kind::nameOrNothing, "--flow", "Only those of this ONU flow profile, by its name then or now", "null"},
+          {"now", Kind::boolean, nullptr, "Tells also what the profiles are called now, null where one was deleted", "false"}}},
         {"flow-service-get", "service flow", "Tells which service a hardware flow of an ONU belongs to",
          {kOnu, {"flowId", Kind::number, "FLOW-ID", "Flow id, as in oltctl hardware"}}},
 
@@ -42,6 +47,9 @@ const std::vector<Row>& table() {
         {"interface-event", "interface event", "Raises an event of an interface",
          {{"interface", Kind::integer, "INTERFACE", "Interface index"},
           {"event", Kind::integer, "EVENT", "Number of the event: 3 down, 4 up"}}},
+        {"onu-list", "onu list", "Lists the ONUs: services, and what is accounted of them, kbit/s",
+         {{"interface", Kind::numberOrNothing, "--onu", "Only this one", "null"},
+          {"port", Kind::numberOrNothing, "--port", "Only those of this PON port", "null"}}},
         {"onu-config-event", "onu config-event", "Announces that an ONU was configured, or is ready or not",
          {kOnu, {"ready", Kind::boolean, "READY", "yes or no: whether the ONU is ready"},
           {"other", Kind::boolean, "--other", "The event's second value", "false"}}},
@@ -67,6 +75,9 @@ const std::vector<Row>& table() {
         {"service-profile-remove", "service-profile remove", "Removes a service profile", {kServiceProfile}},
         {"service-profile-list", "service-profile list", "Lists the service profiles in their order", {}},
 
+        {"tables-get", "dump", "Shows the tables of the module",
+         {{"interface", Kind::numberOrNothing, "--onu", "Bindings and accounting of this ONU only", "null"},
+          {"busy", Kind::boolean, "--busy", "Only what services use", "false"}}},
         {"alarms-get", "alarms", "Shows the active alarms and the history, oldest first", {}},
         {"hardware-get", "hardware", "Shows what the hardware layer holds", {}},
 
@@ -76,6 +87,7 @@ const std::vector<Row>& table() {
           {"answer", Kind::integer, "--answer", "What it answers; 1 unless given", "1"},
           {"times", Kind::number, "--times", "For so many calls; 1 unless given", "1"},
           {"after", Kind::number, "--after", "After so many calls that go well; 0 unless given", "0"}}},
+        {"fault-list", "fault list", "Lists the faults that are armed, with what is left of them", {}},
         {"fault-clear", "fault clear", "Ends the fault of an operation, or all",
          {{"operation", Kind::operation, "OPERATION", "Only this one", "\"\""}}},
 

@@ -30,13 +30,16 @@ std::string_view kindName(Kind kind);
 struct Argument {
     std::string_view name;  ///< in the request
     Kind kind;
-    const char* option;  ///< on a command line: "--name", or the placeholder of a positional argument
+    /// On a command line: "--name", or the placeholder of a positional argument. Null for one that only a
+    /// client sets: the command line always sends true.
+    const char* option;
     const char* help;
     const char* fallback = nullptr;  ///< its value in JSON when it is left out; null: it is required
     const char* nothing = nullptr;   ///< the word by which a command line asks for null
 
     bool required() const { return fallback == nullptr; }
-    bool positional() const { return option[0] != '-'; }
+    bool onCommandLine() const { return option != nullptr; }
+    bool positional() const { return onCommandLine() && option[0] != '-'; }
 };
 
 struct Row {

@@ -25,7 +25,7 @@ std::string line(int result, const std::string& text, const Json& arguments) {
 /// The handler of a row; one without a handler when there is none.
 Command bound(const Row& row, const Host& host) {
     for (const auto& handlers : {processHandlers(), serviceHandlers(), configurationHandlers(),
-                                 platformHandlers(), portHandlers()}) {
+                                 platformHandlers(), portHandlers(), serviceListHandlers()}) {
         const auto found = std::ranges::find(handlers, row.name, &Handler::name);
         if (found != handlers.end()) {
             return {.row = &row, .handle = found->handle, .waits = found->waits};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -11,6 +12,7 @@
 #include "oltmgrd/commands/arguments.h"
 #include "oltmgrd/configuration/store.h"
 #include "oltmgrd/module/module.h"
+#include "oltmgrd/observe/alarmLog.h"
 #include "oltmgrd/platform/host.h"
 #include "oltmgrd/rpc/server.h"
 #include "oltmgrd/services/serviceSide.h"
@@ -24,6 +26,7 @@ struct CommandContext {
     ServiceSide* services = nullptr;
     ConfigurationStore* configuration = nullptr;
     RpcServer* rpc = nullptr;
+    std::shared_ptr<AlarmLog> alarms = std::make_shared<AlarmLog>();  ///< also of whoever tells it alarms
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 

@@ -10,6 +10,7 @@ namespace oltmgrd {
 
 std::span<const Handler> processHandlers();        // processCommands.cpp
 std::span<const Handler> serviceHandlers();        // serviceCommands.cpp
+std::span<const Handler> serviceListHandlers();    // serviceListCommand.cpp
 std::span<const Handler> configurationHandlers();  // configurationCommands.cpp
 std::span<const Handler> platformHandlers();       // platformCommands.cpp
 std::span<const Handler> portHandlers();           // portCommands.cpp

@@ -1,7 +1,3 @@
-#include <array>
-#include <ctime>
-
-#include "common/name.h"
 #include "oltmgrd/control/handlers.h"
 
 namespace oltmgrd {
@@ -53,39 +49,16 @@ Answer serviceProfileList(CommandContext& context, const Arguments&) {
     return {.text = {}, .arguments = {{"serviceProfiles", std::move(profiles)}}};
 }
 
-/// In UTC with milliseconds, as ISO 8601 has it.
-std::string timeText(std::chrono::system_clock::time_point time) {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time - seconds).count();
-    const std::time_t whole = std::chrono::system_clock::to_time_t(seconds);
-    std::tm parts{};
-    ::gmtime_r(&whole, &parts);
-    std::array<char, 32> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    const std::string fraction = std::to_string(1000 + milliseconds).substr(1);
-    return std::string(date.data()) + "." + fraction + "Z";
-}
-
-Json toJson(const HostAlarm& alarm) {
-    return {{"action", alarm.reported ? "report" : "retreat"},
-            {"code", alarm.code},
-            {"interface", alarm.interface},
-            {"board", alarm.board},
-            {"text", common::nameToJson(alarm.text)},
-            {"numbers", alarm.numbers},
-            {"time", timeText(alarm.time)}};
-}
-
-Json toJson(const std::vector<HostAlarm>& alarms) {
+Json toJson(const std::vector<StampedAlarm>& alarms) {
     Json array = Json::array();
-    for (const HostAlarm& alarm : alarms) {
+    for (const StampedAlarm& alarm : alarms) {
         array.push_back(toJson(alarm));
     }
     return array;
 }
 
 Answer alarmsGet(CommandContext& context, const Arguments&) {
-    const HostAlarms alarms = context.host->alarms();
+    const StampedAlarms alarms = context.alarms->snapshot();
     return {.text = {},
             .arguments = {{"active", toJson(alarms.active)}, {"history", toJson(alarms.history)}}};
 }

@@ -37,20 +37,6 @@ Answer serviceRemove(CommandContext& context, const Arguments& arguments) {
     return answerOf(servicesOf(context).remove(arguments.number("interface"), arguments.name("service")));
 }
 
-Answer serviceList(CommandContext& context, const Arguments&) {
-    Json services = Json::array();
-    for (const AppliedService& service : servicesOf(context).list()) {
-        services.push_back({{"interface", service.interface},
-                            {"service", common::nameToJson(service.service)},
-                            {"flowProfile", common::nameToJson(service.flowProfile)},
-                            {"tcontProfile", common::nameToJson(service.tcontProfile)},
-                            {"virtualPort", service.virtualPort},
-                            {"termPointType", service.termPoint.type},
-                            {"termPointId", service.termPoint.id}});
-    }
-    return {.text = {}, .arguments = {{"services", std::move(services)}}};
-}
-
 Answer flowServiceGet(CommandContext& context, const Arguments& arguments) {
     std::string service;
     Answer answer = answerOf(
@@ -70,7 +56,6 @@ Answer defaultSettings(CommandContext& context, const Arguments&) {
 
 constexpr Handler kHandlers[] = {{"service-apply", serviceApply},
                                  {"service-remove", serviceRemove},
-                                 {"service-list", serviceList},
                                  {"flow-service-get", flowServiceGet},
                                  {"default-settings", defaultSettings}};
 

@@ -94,11 +94,20 @@ void JsonFields::fail(std::string_view member, const std::string& reason) const 
 }
 
 void JsonFields::finish() const {
+    std::vector<std::string> unknown;
     for (const auto& [member, value] : json_.items()) {
         if (std::ranges::find(known_, member) == known_.end()) {
-            fail(member, "is not known here");
+            unknown.push_back(member);
         }
     }
+    if (unknown.empty()) {
+        return;
+    }
+    std::string reason = "is not known here";
+    for (std::size_t at = 1; at < unknown.size(); ++at) {
+        reason += (at == 1 ? ", nor is " : ", ") + pointer(unknown[at]);
+    }
+    fail(unknown.front(), reason);
 }
 
 }  // namespace oltmgrd

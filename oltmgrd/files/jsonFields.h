@@ -51,7 +51,7 @@ public:
     std::string pointer(std::string_view member) const { return jsonPointer(pointer_, member); }
     [[noreturn]] void fail(std::string_view member, const std::string& reason) const;
 
-    /// Throws when the object has members that nothing asked for.
+    /// Throws when the object has members that nothing asked for; names all of them, in their order.
     void finish() const;
 
     /// `json` as an integer within the bounds.

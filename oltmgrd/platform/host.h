@@ -53,11 +53,6 @@ struct HostAlarm {
     std::chrono::system_clock::time_point time;
 };
 
-struct HostAlarms {
-    std::vector<HostAlarm> active;   ///< in the order in which they became active
-    std::vector<HostAlarm> history;  ///< oldest first
-};
-
 /// A control command that this platform alone has; its row is among the common ones.
 struct HostCommand {
     std::string_view name;
@@ -126,7 +121,6 @@ public:
     /// Calls `tell` at every report and retreat of an alarm, on the thread that makes it; null for nobody.
     virtual void onAlarm(std::function<void(const HostAlarm&)> tell) = 0;
 
-    virtual HostAlarms alarms() const = 0;
     /// Nothing on a platform whose hardware layer cannot be read.
     virtual std::optional<HardwareView> hardware() const = 0;
     /// The number by which the platform tells a profile from every other of its family, also after it was

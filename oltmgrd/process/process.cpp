@@ -17,6 +17,7 @@
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/memory.h"
 #include "oltmgrd/module/module.h"
+#include "oltmgrd/observe/portLedger.h"
 #include "oltmgrd/platform/standin/host.h"
 #include "oltmgrd/process/operatorLog.h"
 #include "oltmgrd/process/signals.h"
@@ -115,7 +116,11 @@ public:
                 "no portmapper takes connections on 127.0.0.1 port 111: RPC clients have to be given the "
                 "port (--port) until rpcbind is started.");
         }
-        host_->onAlarm([](const HostAlarm& alarm) { notice(textOf(alarm)); });
+        host_->onAlarm([alarms = context_.alarms, module = module_](const HostAlarm& alarm) {
+            notice(textOf(alarm));
+            alarms->note({.alarm = alarm,
+                          .port = module == nullptr ? std::nullopt : ledgerOf(*module, alarm.interface)});
+        });
         startEntities();  // before the receive loop: entities may be served only once they have started
         goOn();
         if (configuration) {

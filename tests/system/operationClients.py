@@ -321,7 +321,9 @@ class OperatorTest(ClientTest):
             "port-available-set": ["port", "available", "1", "computed", "computed"],
             "fault-set": ["fault", "set", "reportAlarm", "--answer", "2", "--times", "3", "--after", "4"],
             "fault-clear": ["fault", "clear", "reportAlarm"], "log-level": ["log-level", "3"],
-            "default-settings": ["default-settings"], "shutdown": ["shutdown"],
+            "ledger-get": ["port", "list"], "onu-list": ["onu", "list"], "tables-get": ["dump", "--busy"],
+            "fault-list": ["fault", "list"],
+            "default-settings": ["default-settings", "--yes"], "shutdown": ["shutdown"],
         }
         self.assertEqual(set(sent), listed)
         for command, words in sent.items():

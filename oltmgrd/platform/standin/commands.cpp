@@ -62,6 +62,17 @@ Answer faultClear(const Arguments& arguments) {
     return {};
 }
 
+Answer faultList(const Arguments&) {
+    Json faults = Json::array();
+    for (const auto& [operation, fault] : standin::faults::list()) {
+        faults.push_back({{"operation", name(operation)},
+                          {"answer", fault.answer},
+                          {"times", fault.times},
+                          {"after", fault.after}});
+    }
+    return {.text = {}, .arguments = {{"faults", std::move(faults)}}};
+}
+
 Answer hardwareGet(const Arguments&) {
     return {.text = {}, .arguments = standinHardwareJson()};
 }
@@ -72,7 +83,8 @@ constexpr HostCommand kCommands[] = {{"interface-type-set", interfaceTypeSet},
                                      {"port-available-set", portAvailableSet},
                                      {"hardware-get", hardwareGet},
                                      {"fault-set", faultSet, kAtOnce},
-                                     {"fault-clear", faultClear, kAtOnce}};
+                                     {"fault-clear", faultClear, kAtOnce},
+                                     {"fault-list", faultList, kAtOnce}};
 
 }  // namespace
 

@@ -159,18 +159,6 @@ public:
             [to = std::move(tell)](const standin::Alarm& alarm) { to(alarmOf(alarm)); });
     }
 
-    HostAlarms alarms() const override {
-        const standin::Alarms snapshot = standin::alarms::snapshot();
-        HostAlarms alarms;
-        for (const standin::Alarm& alarm : snapshot.active) {
-            alarms.active.push_back(alarmOf(alarm));
-        }
-        for (const standin::Alarm& alarm : snapshot.history) {
-            alarms.history.push_back(alarmOf(alarm));
-        }
-        return alarms;
-    }
-
     std::optional<HardwareView> hardware() const override { return standinHardware(); }
 
     std::uint64_t tcontProfileSerial(const std::string& name) const override {
