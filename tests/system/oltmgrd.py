@@ -388,8 +388,8 @@ class Commands(harness.DaemonTest):
         self.daemon.request("port-distance-set", interface=1, min=0, max=60)
         alarm = self.daemon.request("alarms-get")["active"][0]
         self.assertRegex(alarm.pop("time"), r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
-        self.assertEqual(alarm, {"action": "report", "code": 1600570, "interface": 1, "board": 0, "text": "",
-                                 "numbers": [1, 3, 11]})
+        passed = {"action": "report", "code": 1600570, "interface": 1, "board": 0, "text": "", "numbers": [1, 3, 11]}
+        self.assertEqual({member: alarm[member] for member in passed}, passed)
         self.assertIn("101", self.daemon.refused("port-distance-set", interface=101, min=0, max=1))
         self.assertIn("both", self.daemon.refused("port-available-set", interface=1, fixed=None, total=5))
 
