@@ -131,29 +131,32 @@ const char* channelResultName(const Json& result) {
 }  // namespace
 
 std::string joinedAnswer(const std::vector<std::string>& lines) {
+    if (lines.size() == 1) {
+        return lines.front();
+    }
     Json joined = parsedAnswer(lines.front());
     for (const std::string& line : lines) {
         const Json answer = parsedAnswer(line);
         if (answer["result"] != 0) {
             return line;
         }
-        joined["arguments"].update(answer["arguments"]);
+        joined["arguments"].update(answer.at("arguments"));
     }
-    return lines.size() == 1 ? lines.front() : joined.dump();
+    return joined.dump();
 }
 
 std::string messageAnswer(const std::string& line, const std::string& message) {
     // It is carried out without a word.
     constexpr std::string_view kSilent = "onuQosOMApiDebug";
     const Json answer = parsedAnswer(line);
-    if (message == kSilent || answer["result"] != 0 || answer["arguments"].value("reply", Json()) != "") {
+    if (message == kSilent || answer["result"] != 0 || answer.at("arguments").at("reply") != "") {
         return line;
     }
     return Json{{"result", common::kRefused},
                 {"text", "message " + common::inQuotes(message) +
                              ": no entity replied; it is none that they know, or the platform lock was not "
                              "obtained"},
-                {"arguments", answer["arguments"]}}
+                {"arguments", answer.at("arguments")}}
         .dump();
 }
 

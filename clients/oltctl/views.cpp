@@ -20,7 +20,7 @@ void printRecords(std::ostream& out, const std::string& name, Json records) {
 template <typename View>
 Json viewed(const Json& answer, const char* list, View view) {
     Json records = Json::array();
-    for (const Json& record : answer["arguments"][list]) {
+    for (const Json& record : answer.at("arguments").at(list)) {
         records.push_back(view(record));
     }
     return records;
@@ -28,36 +28,37 @@ Json viewed(const Json& answer, const char* list, View view) {
 
 /// A member of a member that may be null.
 Json inside(const Json& record, const char* member, const char* name) {
-    return record[member].is_object() ? record[member][name] : Json();
+    return record.at(member).is_object() ? record.at(member).at(name) : Json();
 }
 
 const char* stateOf(const Json& port) {
-    if (port["overCommitted"].is_null()) {
+    if (port.at("overCommitted").is_null()) {
         return "unknown";
     }
-    return port["overCommitted"] == "no" ? "within limits" : "over-committed";
+    return port.at("overCommitted") == "no" ? "within limits" : "over-committed";
 }
 
 std::string distancesOf(const Json& port) {
-    return port["minDistance"].is_null() ? "-"
-                                         : port["minDistance"].dump() + "-" + port["maxDistance"].dump();
+    return port.at("minDistance").is_null()
+               ? "-"
+               : port.at("minDistance").dump() + "-" + port.at("maxDistance").dump();
 }
 
 Json portRow(const Json& port) {
-    const Json& available = port["available"];
-    return {{"port", port["interface"]},
-            {"technology", port["technology"]},
+    const Json& available = port.at("available");
+    return {{"port", port.at("interface")},
+            {"technology", port.at("technology")},
             {"km", distancesOf(port)},
-            {"fixed", port["fixed"]},
-            {"limit", port["limitFixed"]},
+            {"fixed", port.at("fixed")},
+            {"limit", port.at("limitFixed")},
             {"free", inside(available, "estimated", "fixed")},
-            {"assured", port["assured"]},
-            {"total limit", port["limitTotal"]},
+            {"assured", port.at("assured")},
+            {"total limit", port.at("limitTotal")},
             {"total free", inside(available, "estimated", "total")},
             {"platform free", inside(available, "actual", "fixed")},
             {"platform total", inside(available, "actual", "total")},
-            {"onus", port["onus"]},
-            {"services", port["services"]},
+            {"onus", port.at("onus")},
+            {"services", port.at("services")},
             {"state", stateOf(port)}};
 }
 
@@ -69,7 +70,7 @@ void printPorts(std::ostream& out, const Json& answer) {
 }
 
 Json onuRow(const Json& onu) {
-    Json row{{"onu", onu["interface"]}, {"port", onu["port"]}, {"services", onu["services"]}};
+    Json row{{"onu", onu.at("interface")}, {"port", onu.at("port")}, {"services", onu.at("services")}};
     for (const char* member : {"configured", "fixedOverhead", "assuredOverhead", "tconts"}) {
         row[member] = onu.value(member, Json());
     }
@@ -82,8 +83,8 @@ void printOnus(std::ostream& out, const Json& answer) {
 
 /// The name when it was bound, and what became of it.
 Json nameThenAndNow(const Json& record, const std::string& member) {
-    const Json& then = record[member];
-    const Json& now = record[member + "Now"];
+    const Json& then = record.at(member);
+    const Json& now = record.at(member + "Now");
     if (now == then) {
         return then;
     }
@@ -109,32 +110,32 @@ Json alarmRow(const Json& alarm) {
     const auto used = [&alarm](std::uint64_t sum, const char* limit) {
         return std::to_string(sum) + " of " + inside(alarm, "port", limit).dump();
     };
-    const bool isKnown = alarm["port"].is_object();
-    const std::uint64_t fixed = isKnown ? alarm["port"]["fixed"].get<std::uint64_t>() : 0;
-    const std::uint64_t assured = isKnown ? alarm["port"]["assured"].get<std::uint64_t>() : 0;
-    return {{"time", alarm["time"]},
-            {"action", alarm["action"]},
-            {"severity", alarm["severity"]},
-            {"name", alarm["name"]},
-            {"interface", alarm["interface"]},
+    const bool isKnown = alarm.at("port").is_object();
+    const std::uint64_t fixed = isKnown ? alarm.at("port").at("fixed").get<std::uint64_t>() : 0;
+    const std::uint64_t assured = isKnown ? alarm.at("port").at("assured").get<std::uint64_t>() : 0;
+    return {{"time", alarm.at("time")},
+            {"action", alarm.at("action")},
+            {"severity", alarm.at("severity")},
+            {"name", alarm.at("name")},
+            {"interface", alarm.at("interface")},
             {"fixed", isKnown ? Json(used(fixed, "limitFixed")) : Json()},
             {"fixed and assured", isKnown ? Json(used(fixed + assured, "limitTotal")) : Json()},
-            {"code", alarm["code"]},
-            {"board", alarm["board"]},
-            {"text", alarm["text"]},
-            {"numbers", alarm["numbers"]}};
+            {"code", alarm.at("code")},
+            {"board", alarm.at("board")},
+            {"text", alarm.at("text")},
+            {"numbers", alarm.at("numbers")}};
 }
 
 void printAlarms(std::ostream& out, const Json& answer) {
     printAnswer(out, {{"arguments",
                        {{"active", viewed(answer, "active", alarmRow)},
                         {"history", viewed(answer, "history", alarmRow)}}}});
-    const Json& active = answer["arguments"]["active"];
+    const Json& active = answer.at("arguments").at("active");
     for (auto alarm = active.begin(); alarm != active.end(); ++alarm) {
-        const auto names = [&](const Json& other) { return other["name"] == (*alarm)["name"]; };
-        if (!(*alarm)["description"].is_null() && std::none_of(active.begin(), alarm, names)) {
+        const auto names = [&](const Json& other) { return other.at("name") == alarm->at("name"); };
+        if (!alarm->at("description").is_null() && std::none_of(active.begin(), alarm, names)) {
             out << '\n'
-                << (*alarm)["name"].get<std::string>() << ": " << (*alarm)["description"].get<std::string>()
+                << alarm->at("name").get<std::string>() << ": " << alarm->at("description").get<std::string>()
                 << '\n';
         }
     }
@@ -159,32 +160,32 @@ Print printOf(std::string_view command) {
 }
 
 void printPort(std::ostream& out, const Json& answer) {
-    const Json& port = answer["arguments"]["ports"][0];
-    const Json& available = port["available"];
+    const Json& port = answer.at("arguments").at("ports").at(0);
+    const Json& available = port.at("available");
     printAnswer(out, {{"arguments",
-                       {{"port", port["interface"]},
+                       {{"port", port.at("interface")},
                         {"state", stateOf(port)},
-                        {"technology", port["technology"]},
-                        {"class of the OLT", port["class"]},
+                        {"technology", port.at("technology")},
+                        {"class of the OLT", port.at("class")},
                         {"distance, km", distancesOf(port)},
-                        {"fixed committed", port["fixed"]},
-                        {"fixed limit", port["limitFixed"]},
+                        {"fixed committed", port.at("fixed")},
+                        {"fixed limit", port.at("limitFixed")},
                         {"fixed free", inside(available, "estimated", "fixed")},
                         {"fixed free on the platform", inside(available, "actual", "fixed")},
-                        {"assured committed", port["assured"]},
-                        {"total limit", port["limitTotal"]},
+                        {"assured committed", port.at("assured")},
+                        {"total limit", port.at("limitTotal")},
                         {"total free", inside(available, "estimated", "total")},
                         {"total free on the platform", inside(available, "actual", "total")},
-                        {"alarm condition", port["violation"]},
-                        {"ONUs", port["onus"]},
-                        {"ONUs accounted", port["configuredOnus"]},
-                        {"ONUs without service", port["onusWithoutService"]},
-                        {"services", port["services"]}}}});
+                        {"alarm condition", port.at("violation")},
+                        {"ONUs", port.at("onus")},
+                        {"ONUs accounted", port.at("configuredOnus")},
+                        {"ONUs without service", port.at("onusWithoutService")},
+                        {"services", port.at("services")}}}});
     out << "Rates in kbit/s, overheads included.\n";
 }
 
 void printOnu(std::ostream& out, const Json& answer) {
-    Json arguments = onuRow(answer["arguments"]["onus"][0]);
+    Json arguments = onuRow(answer.at("arguments").at("onus").at(0));
     arguments["services"] = viewed(answer, "services", serviceRow);
     printAnswer(out, {{"arguments", std::move(arguments)}});
 }
