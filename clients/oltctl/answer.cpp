@@ -109,10 +109,6 @@ Json parsedAnswer(const std::string& line) {
     return answer;
 }
 
-}  // namespace
-
-namespace {
-
 std::string textOf(const Json& object, const char* key) {
     return object.contains(key) && object[key].is_string() ? object[key].get<std::string>() : std::string();
 }
