@@ -49,6 +49,23 @@ inline void removeOnu(onuQosOltCacInfo& port, onuQosOnuCacInfo& onu) {
     onu.configured = false;
 }
 
+/// What the port of an ONU holds of the ONU itself.
+enum class OnuOnPort { configured, further, first };
+
+/// What a port holds once a T-CONT with these rates, not accounted before, is bound on an ONU.
+constexpr onuQosOltCacInfo heldWith(onuQosOltCacInfo port, OnuOnPort onu, RatePair rate) {
+    const auto add = [&port](RatePair added) {
+        port.fixedAlloc += added.fixed;
+        port.assuredAlloc += added.assured;
+    };
+    add(rate);
+    add(tContOverhead(rate.fixed, rate.assured));
+    if (onu != OnuOnPort::configured) {
+        add(onuOverhead(onu == OnuOnPort::first, port.fixedAlloc, port.assuredAlloc));
+    }
+    return port;
+}
+
 inline void clear(onuQosOltCacInfo& port) {
     port = {};
 }
