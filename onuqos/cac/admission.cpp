@@ -13,29 +13,34 @@ struct AdmissionCheck {
 };
 
 /// What both checks do: `decide(port, record)` holds the demand against what is free, and answers nothing,
-/// with its line written, when that cannot be told.
+/// with its line written, when that cannot be told. Nothing when a look-up fails, of which `failed` is told.
 template <typename Decide>
-bool admitted(onuQos& module, const std::map<std::uint32_t, onuQosOltCacInfo>& ports,
-              const AdmissionCheck& check, unsigned int onuIntf, rules::RatePair rate, Decide decide) {
+std::optional<rules::AdmissionVerdict> admission(const std::map<std::uint32_t, onuQosOltCacInfo>& ports,
+                                                 const AdmissionCheck& check, unsigned int onuIntf,
+                                                 rules::RatePair rate, rules::FailedStep* failed,
+                                                 Decide decide) {
     const ReadLock lock(check.operation);
-    if (!lock || onuTypeCheck(onuIntf) != rules::Result::ok) {
-        return false;
+    if (!lock) {
+        noteFailure(failed, "sharedLock");
+        return std::nullopt;
     }
-    const auto port = onuPortOf(check.operation, ports, onuIntf);
+    if (onuTypeCheck(onuIntf, failed) != rules::Result::ok) {
+        return std::nullopt;
+    }
+    const auto port = onuPortOf(check.operation, ports, onuIntf, failed);
     if (port == ports.end()) {
-        return false;
+        return std::nullopt;
     }
     rules::RatePair overhead;
-    if (module.onuQosRatesOverheadGet(onuIntf, rate.fixed, rate.assured, overhead.fixed, overhead.assured) !=
-        onuQos::onuQosResOk) {
+    if (ratesOverhead(ports, onuIntf, rate, overhead, failed) != rules::Result::ok) {
         logError(check.operation, "ONUQOS ERROR - onuQosRatesOverheadGet() failed for intf: ", onuIntf);
-        return false;
+        return std::nullopt;
     }
     const std::optional<rules::AdmissionVerdict> verdict = decide(port->first, port->second);
     if (verdict && !*verdict) {
         logError(check.operation, check.refused, onuIntf);
     }
-    return verdict && *verdict;
+    return verdict;
 }
 
 }  // namespace
@@ -45,28 +50,36 @@ bool onuQos::onuQosEstCacOnServiceApply(unsigned int onuIntf, unsigned int fixed
     constexpr AdmissionCheck kCheck{.operation = "onuQosEstCacOnServiceApply",
                                     .refused = "ONUQOS ERROR - estimated CAC check() failed for intf: "};
     const rules::RatePair rate{.fixed = fixedRate, .assured = assuredRate};
-    return admitted(
-        *this, onuQosOltCacMap, kCheck, onuIntf, rate,
+    const auto verdict = admission(
+        onuQosOltCacMap, kCheck, onuIntf, rate, nullptr,
         [rate](std::uint32_t port, const onuQosOltCacInfo& held) -> std::optional<rules::AdmissionVerdict> {
             return rules::estimatedAdmission(port, held, rate, OLT_FIXED_RATE_MAX, OLT_TOTAL_RATE_MAX);
         });
+    return verdict && *verdict;
 }
 
 bool onuQos::onuQosActualCacOnServiceApply(unsigned int onuIntf, unsigned int fixedRate,
                                            unsigned int assuredRate) {
+    const auto verdict =
+        onuQosActualAdmission(onuIntf, {.fixed = fixedRate, .assured = assuredRate}, nullptr);
+    return verdict && *verdict;
+}
+
+std::optional<rules::AdmissionVerdict> onuQos::onuQosActualAdmission(unsigned int onuIntf,
+                                                                     rules::RatePair rate,
+                                                                     rules::FailedStep* failed) const {
     constexpr AdmissionCheck kCheck{.operation = "onuQosActualCacOnServiceApply",
                                     .refused = "ONUQOS ERROR - actual CAC check() failed for intf: "};
-    const rules::RatePair rate{.fixed = fixedRate, .assured = assuredRate};
-    return admitted(
-        *this, onuQosOltCacMap, kCheck, onuIntf, rate,
+    return admission(
+        onuQosOltCacMap, kCheck, onuIntf, rate, failed,
         [&](std::uint32_t port, const onuQosOltCacInfo&) -> std::optional<rules::AdmissionVerdict> {
-            rules::RatePair free;
-            if (onuQosOltActualAvailRatesGet(port, free.fixed, free.assured) != onuQosResOk) {
+            rules::RatePair available;
+            if (actualAvailable(port, available, failed) != rules::Result::ok) {
                 logError(kCheck.operation,
                          "ONUQOS ERROR - onuQosOltActualAvailRatesGet() failed for OLT intf: ", port);
                 return std::nullopt;
             }
-            return rules::actualAdmission(port, rate, free);
+            return rules::actualAdmission(port, rate, available);
         });
 }
 

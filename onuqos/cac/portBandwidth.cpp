@@ -1,4 +1,5 @@
 #include "Ports.h"
+#include "onuqos/cac/ports.h"
 #include "onuqos/entity/onuQos.h"
 #include "onuqos/rules/limits.h"
 #include "onuqos/support/interfaceType.h"
@@ -106,35 +107,53 @@ onuQos::onuQosRes onuQos::onuQosGetOltMaxFixedRate(unsigned int oltIntf, unsigne
     return onuQosResOk;
 }
 
-onuQos::onuQosRes onuQos::onuQosOltActualAvailRatesGet(unsigned int oltIntf, unsigned int& availFixedRate,
-                                                       unsigned int& availAssuredRate) const {
+rules::Result actualAvailable(unsigned int oltIntf, rules::RatePair& available, rules::FailedStep* failed) {
     constexpr const char* kOperation = "onuQosOltActualAvailRatesGet";
-    if (interfaceTypeOf(oltIntf) != Interfaces::interfaceTypeOltPon) {
-        return onuQosResError;
+    const auto type = interfaceTypeOf(oltIntf, failed);
+    if (type != Interfaces::interfaceTypeOltPon) {
+        if (type) {
+            noteFailure(failed, "interfaceGetTypeById");
+        }
+        return rules::Result::error;
     }
     OLTmanager* manager = oltManager(kOperation, "ONUQOS ERROR - getGponImpl() failed for intf: ", oltIntf);
     if (manager == nullptr) {
-        return onuQosResError;
+        noteFailure(failed, "getGponImpl");
+        return rules::Result::error;
     }
     unsigned int olt = 0;
-    if (platformObject<Interfaces>().interfaceGetOltById(oltIntf, olt) != 0) {
+    if (const int answer = platformObject<Interfaces>().interfaceGetOltById(oltIntf, olt); answer != 0) {
+        noteFailure(failed, "interfaceGetOltById", answer);
         logError(kOperation, "ONUQOS ERROR - interfaceGetOltById() failed for intf: ", oltIntf);
-        return onuQosResError;
+        return rules::Result::error;
     }
     OltPort* port = oltPort(kOperation, *manager, olt - 1, oltIntf);
     if (port == nullptr) {
-        return onuQosResError;
+        noteFailure(failed, "getOltPort");
+        return rules::Result::error;
     }
-    OltPort::OltPortAvailableBanwith available{};
-    if (port->getAvailableBandwith(&available) != 0) {
+    OltPort::OltPortAvailableBanwith platform{};
+    if (const int answer = port->getAvailableBandwith(&platform); answer != 0) {
+        noteFailure(failed, "getAvailableBandwith", answer);
         logError(kOperation,
                  "ONUQOS ERROR - getGponImpl()->getOltPort()->getAvailableBandwith() failed for OLT intf: ",
                  oltIntf);
-        return onuQosResError;
+        return rules::Result::error;
     }
-    availFixedRate = available.fixed / kBytesPerSecondInKbit;
-    availAssuredRate = available.total / kBytesPerSecondInKbit;
-    return onuQosResOk;
+    available = {.fixed = platform.fixed / kBytesPerSecondInKbit,
+                 .assured = platform.total / kBytesPerSecondInKbit};
+    return rules::Result::ok;
+}
+
+onuQos::onuQosRes onuQos::onuQosOltActualAvailRatesGet(unsigned int oltIntf, unsigned int& availFixedRate,
+                                                       unsigned int& availAssuredRate) const {
+    rules::RatePair available;
+    const rules::Result result = actualAvailable(oltIntf, available, nullptr);
+    if (result == rules::Result::ok) {
+        availFixedRate = available.fixed;
+        availAssuredRate = available.assured;
+    }
+    return resultOf(result);
 }
 
 onuQos::onuQosRes onuQos::onuQosOltIntfCacSpeedGet(unsigned int oltIntf, unsigned int& first,

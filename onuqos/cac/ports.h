@@ -3,19 +3,28 @@
 #include <map>
 
 #include "onuqos/rules/cacTypes.h"
+#include "onuqos/rules/overhead.h"
+#include "onuqos/rules/result.h"
 #include "onuqos/support/onu.h"
 
 /// The record of the port that serves an ONU; the end of the table, with a line, when the platform does not
 /// tell the port or it has no record.
 template <typename PortTable>
-auto onuPortOf(At at, PortTable& ports, unsigned int onuIntf) {
-    const auto parent = onuParentOf(at, onuIntf);
+auto onuPortOf(At at, PortTable& ports, unsigned int onuIntf, rules::FailedStep* failed = nullptr) {
+    const auto parent = onuParentOf(at, onuIntf, failed);
     if (!parent) {
         return ports.end();
     }
     const auto port = ports.find(*parent);
     if (port == ports.end()) {
+        noteFailure(failed, "onuQosOltCacMap");
         logError(at, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", *parent);
     }
     return port;
 }
+
+/// The work of `onuQos::onuQosRatesOverheadGet` and `onuQos::onuQosOltActualAvailRatesGet`, which tell
+/// `failed` of the step that failed.
+rules::Result ratesOverhead(const std::map<std::uint32_t, onuQosOltCacInfo>& ports, unsigned int onuIntf,
+                            rules::RatePair rate, rules::RatePair& overhead, rules::FailedStep* failed);
+rules::Result actualAvailable(unsigned int oltIntf, rules::RatePair& available, rules::FailedStep* failed);

@@ -65,12 +65,22 @@ onuQos::onuQosRes onuQos::onuQosOltIntfInit(unsigned int intf) {
     return onuQosResOk;
 }
 
+static_assert(rules::InterfaceState::kOnu == Interfaces::interfaceTypeOnu);
+
 bool onuQos::onuQosIsIntfConfigurable(unsigned int intf) const {
+    return onuQosIntfState(intf, nullptr).configurable();
+}
+
+rules::InterfaceState onuQos::onuQosIntfState(unsigned int intf, rules::FailedStep* failed) const {
     const ReadLock lock("onuQosIsIntfConfigurable");
-    if (!lock || !onuQosServiceIntfMap.contains(intf)) {
-        return false;
+    if (!lock) {
+        noteFailure(failed, "sharedLock");
+        return {};
     }
-    return interfaceTypeOf(intf).value_or(Interfaces::interfaceTypeOnu) == Interfaces::interfaceTypeOnu;
+    if (!onuQosServiceIntfMap.contains(intf)) {
+        return {};
+    }
+    return {.hasRecords = true, .type = interfaceTypeOf(intf)};
 }
 
 void onuQos::interfaceStateChange(int intf, Interfaces::interfaceEvent_t event) {

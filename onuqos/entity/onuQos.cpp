@@ -155,6 +155,8 @@ const onuQosClassInterface* onuQosClassInterfaceGet() {
         .onuFlowProfileRuleSet = &onuQos::onuFlowProfileRuleSet,
         .onuFlowProfileActionSet = &onuQos::onuFlowProfileActionSet,
         .onuFlowProfileCreateAndSet = &onuQos::onuFlowProfileCreateAndSet,
+        .onuQosServiceApplyExplained = &onuQos::onuQosServiceApply,
+        .onuQosServiceCheck = &onuQos::onuQosServiceCheck,
         .onuQosPortLedgerGet = &onuQos::onuQosPortLedgerGet,
         .onuQosCacOltGet = &onuQos::onuQosCacOltGet};
     return &table;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -17,6 +18,7 @@
 #include "onuqos/rules/boundProfiles.h"
 #include "onuqos/rules/cacTypes.h"
 #include "onuqos/rules/result.h"
+#include "onuqos/rules/serviceVerdict.h"
 #include "onuqos/rules/tContTypes.h"
 #include "rte/BLL/core/rpcProxy.h"
 #include "servprofile.h"
@@ -33,6 +35,8 @@ struct onuQosPortLedger;
 struct TContRate;
 struct FlowActionField;
 struct FlowRuleStep;
+struct CheckedService;
+struct ServiceRequest;
 
 /// The ranges and steps of rates that the module reports to clients, kbit/s. For flow profiles they are the
 /// ones it holds them to; a T-CONT rate is held to the default of its type as least value, and rounded by
@@ -396,6 +400,20 @@ public:
                                  const std::string& onuFlowProfileName, const std::string& tContProfileName,
                                  unsigned int virtualPortId, servprofile::onuTermPointType termPointType,
                                  short termPointId);
+    /// The same, and fills `verdict`, unless it is null, with why it answered so. For that a refusal for want
+    /// of bandwidth looks up the fibre distances and the technology of the port, and one of an interface
+    /// without records its type: after the decision, under the same lock. Nothing else is called in addition.
+    onuQosRes onuQosServiceApply(unsigned int onuIntf, const std::string& serviceName,
+                                 const std::string& onuFlowProfileName, const std::string& tContProfileName,
+                                 unsigned int virtualPortId, servprofile::onuTermPointType termPointType,
+                                 short termPointId, rules::ServiceVerdict* verdict);
+    /// What `onuQosServiceApply` would answer at this moment, as far as it is decided before the hardware
+    /// layer is told; its lines are written under the name of this operation. Changes nothing. `verdict`
+    /// holds the figures of the port also of a T-CONT that is admitted.
+    onuQosRes onuQosServiceCheck(unsigned int onuIntf, const std::string& serviceName,
+                                 const std::string& onuFlowProfileName, const std::string& tContProfileName,
+                                 unsigned int virtualPortId, servprofile::onuTermPointType termPointType,
+                                 short termPointId, rules::ServiceVerdict& verdict) const;
     /// Removes a binding; Ok also when there is none. WrongIntf; Error, with the binding kept when the
     /// platform refused and gone when a later step failed.
     onuQosRes onuQosServiceRemove(unsigned int onuIntf, const std::string& serviceName);
@@ -449,9 +467,18 @@ private:
     onuQosRes onuFlowProfileActionFieldSet(onuFlowProfileInfo & profile, onuFlowProfileAction & action,
                                            const FlowActionField& field, onuFlowProfileOperation operation);
 
-    onuQosRes onuQosBindingPush(unsigned int onuIntf, const std::string& serviceName,
-                                const onuQosServiceIntfInfo& binding, std::uint32_t tContId,
-                                servprofile::onuTermPointType termPointType, short termPointId);
+    /// Whether rates fit on the ONU's port by what the platform reports; nothing when that cannot be told,
+    /// and then `failed`, unless it is null, holds why. Locks as `onuQosActualCacOnServiceApply`.
+    std::optional<rules::AdmissionVerdict> onuQosActualAdmission(unsigned int onuIntf, rules::RatePair rate,
+                                                                 rules::FailedStep* failed) const;
+    /// Locks as `onuQosIsIntfConfigurable`.
+    rules::InterfaceState onuQosIntfState(unsigned int intf, rules::FailedStep* failed) const;
+
+    CheckedService onuQosServiceDecide(const ServiceRequest& request, rules::ServiceVerdict& verdict) const;
+    void onuQosServiceExplain(const ServiceRequest& request, rules::ServiceVerdict& verdict) const;
+    bool onuQosBindingPush(const ServiceRequest& request, const CheckedService& checked,
+                           rules::ServiceVerdict& verdict);
+    void onuQosBindingAccount(const ServiceRequest& request, rules::ServiceVerdict& verdict);
     onuQosRes onuQosBindingWithdraw(unsigned int onuIntf, const std::string& serviceName,
                                     const onuQosServiceIntfInfo& binding);
     /// `onuFlowProfileMap` and `tContProfileMap`: at most 256 profiles each.
@@ -493,13 +520,15 @@ constexpr onuQos::onuQosRes resultOf(rules::Result result) {
 
 static_assert(resultOf(rules::Result::ok) == onuQos::onuQosResOk &&
               resultOf(rules::Result::error) == onuQos::onuQosResError &&
+              resultOf(rules::Result::notFound) == onuQos::onuQosResNotFound &&
               resultOf(rules::Result::outOfRange) == onuQos::onuQosResOutOfRange &&
               resultOf(rules::Result::guarAbovePeak) == onuQos::onuQosResGuarAbovePeak &&
               resultOf(rules::Result::rateError) == onuQos::onuQosResRateError &&
               resultOf(rules::Result::duplicateTContId) == onuQos::onuQosResDuplicateTContId &&
               resultOf(rules::Result::duplicateVirtualPortId) == onuQos::onuQosResDuplicateVirtualPortId &&
               resultOf(rules::Result::wrongIntf) == onuQos::onuQosResWrongIntf &&
-              resultOf(rules::Result::duplicateOnuFlowProfile) == onuQos::onuQosResDuplicateOnuFlowProfile);
+              resultOf(rules::Result::duplicateOnuFlowProfile) == onuQos::onuQosResDuplicateOnuFlowProfile &&
+              resultOf(rules::Result::omApiRefused) == onuQos::onuQosResOMApiRefused);
 
 /// The start routine of the module's RPC proxy, in rpc/: registers the program. Returns null.
 void* rpcOnuqosStart(void*);

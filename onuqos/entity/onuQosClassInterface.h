@@ -7,7 +7,9 @@
 struct onuQosClassInterface {
     onuQos& entity;
 
-    decltype(&onuQos::onuQosServiceApply) onuQosServiceApply;
+    onuQos::onuQosRes (onuQos::*onuQosServiceApply)(unsigned int, const std::string&, const std::string&,
+                                                    const std::string&, unsigned int,
+                                                    servprofile::onuTermPointType, short);
     decltype(&onuQos::onuQosServiceRemove) onuQosServiceRemove;
     decltype(&onuQos::flowIdToServiceName) flowIdToServiceName;
     decltype(&onuQos::onuQosOltPortDistanceChangedEventHandler) onuQosOltPortDistanceChangedEventHandler;
@@ -38,6 +40,12 @@ struct onuQosClassInterface {
     decltype(&onuQos::onuFlowProfileActionSet) onuFlowProfileActionSet;
     decltype(&onuQos::onuFlowProfileCreateAndSet) onuFlowProfileCreateAndSet;
 
+    /// `onuQosServiceApply` with a verdict.
+    onuQos::onuQosRes (onuQos::*onuQosServiceApplyExplained)(unsigned int, const std::string&,
+                                                             const std::string&, const std::string&,
+                                                             unsigned int, servprofile::onuTermPointType,
+                                                             short, rules::ServiceVerdict*);
+    decltype(&onuQos::onuQosServiceCheck) onuQosServiceCheck;
     decltype(&onuQos::onuQosPortLedgerGet) onuQosPortLedgerGet;
     decltype(&onuQos::onuQosCacOltGet) onuQosCacOltGet;
 };

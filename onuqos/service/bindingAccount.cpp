@@ -2,25 +2,34 @@
 
 #include "onuqos/support/onu.h"
 
-onuQos::onuQosRes bindingAccount(onuQos& module, const char* operation, unsigned int onuIntf,
-                                 const std::string& tContProfileName, const AccountChange& change) {
-    if (module.onuQosCalcAllocRatesOnTContChange(onuIntf, tContProfileName, change.add) !=
-        onuQos::onuQosResOk) {
+AccountOutcome bindingAccount(onuQos& module, const char* operation, unsigned int onuIntf,
+                              const std::string& tContProfileName, const AccountChange& change) {
+    AccountOutcome outcome;
+    const auto failed = [&outcome](const char* step, onuQos::onuQosRes answer) {
+        if (answer != onuQos::onuQosResOk) {
+            outcome.failed = {.name = step, .answer = answer};
+        }
+        return answer != onuQos::onuQosResOk;
+    };
+    if (failed("onuQosCalcAllocRatesOnTContChange",
+               module.onuQosCalcAllocRatesOnTContChange(onuIntf, tContProfileName, change.add))) {
         logError(operation, "ONUQOS ERROR - onuQosCalcAllocRatesOnTContChange() failed for intf: ", onuIntf);
-        return onuQos::onuQosResError;
+        return outcome;
     }
-    if (change.onuToo && module.onuQosCalcAllocRatesOnOnuChange(onuIntf, change.add) != onuQos::onuQosResOk) {
-        logError(operation,
-                 "ONUQOS ERROR - onuQosCalcAllocRatesOnOnuChange() failed for ONU intf: ", onuIntf);
-        return onuQos::onuQosResError;
+    outcome.tCont = true;
+    if (change.onuToo) {
+        if (failed("onuQosCalcAllocRatesOnOnuChange",
+                   module.onuQosCalcAllocRatesOnOnuChange(onuIntf, change.add))) {
+            logError(operation,
+                     "ONUQOS ERROR - onuQosCalcAllocRatesOnOnuChange() failed for ONU intf: ", onuIntf);
+            return outcome;
+        }
+        outcome.onu = true;
     }
-    const auto port = onuParentOf(operation, onuIntf);
-    if (!port) {
-        return onuQos::onuQosResError;
-    }
-    if (change.stateToo && module.onuQosOltCacStateUpdate(*port) != onuQos::onuQosResOk) {
+    outcome.complete = true;
+    const auto port = onuParentOf(operation, onuIntf, &outcome.failed);
+    if (port && change.stateToo && failed("onuQosOltCacStateUpdate", module.onuQosOltCacStateUpdate(*port))) {
         logError(operation, "ONUQOS ERROR - onuQosOltCacStateUpdate() failed for OLT intf: ", *port);
-        return onuQos::onuQosResError;
     }
-    return onuQos::onuQosResOk;
+    return outcome;
 }

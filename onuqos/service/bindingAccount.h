@@ -9,6 +9,16 @@ struct AccountChange {
     bool stateToo;  ///< the port's state and alarm follow
 };
 
+/// How far the accounting came.
+struct AccountOutcome {
+    rules::FailedStep failed;  ///< with the module's result as answer, or the platform's
+    bool tCont = false;
+    bool onu = false;
+    bool complete = false;  ///< but for the port's state
+
+    bool done() const { return failed.name == nullptr; }
+};
+
 /// The caller holds the exclusive lock. What is done before a step fails stays.
-onuQos::onuQosRes bindingAccount(onuQos& module, const char* operation, unsigned int onuIntf,
-                                 const std::string& tContProfileName, const AccountChange& change);
+AccountOutcome bindingAccount(onuQos& module, const char* operation, unsigned int onuIntf,
+                              const std::string& tContProfileName, const AccountChange& change);

@@ -1,10 +1,11 @@
-#include "onuqos/entity/onuQos.h"
-#include "onuqos/rules/bindingRules.h"
-#include "onuqos/rules/uniTypes.h"
 #include "onuqos/service/bindingAccount.h"
-#include "onuqos/support/onu.h"
+#include "onuqos/service/serviceCheck.h"
+#include "onuqos/support/log.h"
 
 namespace {
+
+using rules::Result;
+using rules::ServiceReason;
 
 constexpr const char* kOperation = "onuQosServiceApply";
 
@@ -17,104 +18,87 @@ onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::st
                                              const std::string& onuFlowProfileName,
                                              const std::string& tContProfileName, unsigned int virtualPortId,
                                              servprofile::onuTermPointType termPointType, short termPointId) {
-    const WriteLock lock(kOperation);
-    if (!lock) {
-        return onuQosResError;
-    }
-    if (!onuQosIsIntfConfigurable(onuIntf)) {
-        logError(kOperation, "ONUQOS ERROR - onuQosIsIntfConfigurable() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResWrongIntf;
-    }
-    ServiceBindings& bindings = onuQosServiceIntfMap[onuIntf];
-    if (bindings.contains(serviceName)) {
-        return onuQosResOk;
-    }
-    const auto onuFlowProfile = onuFlowProfileMap.find(onuFlowProfileName);
-    if (onuFlowProfile == onuFlowProfileMap.end()) {
-        logError(kOperation, "ONUQOS ERROR - onuFlowProfileMap.find() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResNotFound;
-    }
-    const auto tContProfile = tContProfileMap.find(tContProfileName);
-    if (tContProfile == tContProfileMap.end()) {
-        logError(kOperation, "ONUQOS ERROR - tContProfileMap.find() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResNotFound;
-    }
-    const onuQosServiceIntfInfo wanted{.onuFlowProfileName = onuFlowProfileName,
-                                       .tContProfileName = tContProfileName,
-                                       .virtualPortId = virtualPortId};
-    const auto tContIdOf = [this](const std::string& name) {
-        const auto found = tContProfileMap.find(name);
-        return found == tContProfileMap.end() ? std::nullopt : std::optional(found->second.tContId);
-    };
-    const rules::BindingVerdict needs = rules::checkBinding(bindings, wanted, tContIdOf);
-    if (needs.result == rules::Result::duplicateTContId) {
-        logError(kOperation, "ONUQOS ERROR - onuQosResDuplicateTContId failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-    } else if (needs.result != rules::Result::ok) {
-        logError(kOperation, "ONUQOS ERROR - applyOMApiService failed for intf: ", onuIntf,
-                 ", profile: ", serviceName, ", ONU Flow profile: ", onuFlowProfileName,
-                 ", T-CONT profile: ", tContProfileName, ", virtualPortId: ", virtualPortId);
-    }
-    if (needs.result != rules::Result::ok) {
-        return resultOf(needs.result);
-    }
-    if (needs.accounting && !configurationApplying() &&
-        !onuQosActualCacOnServiceApply(onuIntf, tContProfile->second.fixedRate,
-                                       tContProfile->second.assuredRate)) {
-        logError(kOperation, "ONUQOS ERROR - onuQosActualCacOnServiceApply() failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
-        return onuQosResRateError;
-    }
-
-    if (needs.platform) {
-        const onuQosRes res = onuQosBindingPush(onuIntf, serviceName, wanted, tContProfile->second.tContId,
-                                                termPointType, termPointId);
-        if (res != onuQosResOk) {
-            return res;
-        }
-    }
-
-    bindings.emplace(serviceName, wanted);
-    boundProfiles_.add(wanted);
-    if (needs.accounting) {
-        const onuQosRes res = bindingAccount(
-            *this, kOperation, onuIntf, tContProfileName,
-            {.add = true, .onuToo = bindings.size() == 1, .stateToo = !configurationApplying()});
-        if (res != onuQosResOk) {
-            return res;
-        }
-    }
-    onuFlowProfile->second.appliedIntfSet.insert(onuIntf);
-    tContProfile->second.appliedIntfs.insert(onuIntf);
-    return onuQosResOk;
+    return onuQosServiceApply(onuIntf, serviceName, onuFlowProfileName, tContProfileName, virtualPortId,
+                              termPointType, termPointId, nullptr);
 }
 
-onuQos::onuQosRes onuQos::onuQosBindingPush(unsigned int onuIntf, const std::string& serviceName,
-                                            const onuQosServiceIntfInfo& binding, std::uint32_t tContId,
-                                            servprofile::onuTermPointType termPointType, short termPointId) {
-    const auto uniType = rules::uniTypeOf(termPointType);
-    if (!uniType) {
-        logError(kOperation, "ONUQOS ERROR - termPointType failed for intf: ", onuIntf,
-                 ", profile: ", serviceName);
+onuQos::onuQosRes onuQos::onuQosServiceApply(unsigned int onuIntf, const std::string& serviceName,
+                                             const std::string& onuFlowProfileName,
+                                             const std::string& tContProfileName, unsigned int virtualPortId,
+                                             servprofile::onuTermPointType termPointType, short termPointId,
+                                             rules::ServiceVerdict* explained) {
+    rules::ServiceVerdict own;
+    rules::ServiceVerdict& verdict = explained == nullptr ? own : *explained;
+    verdict = {};
+    const WriteLock lock(kOperation);
+    if (!lock) {
+        verdict.result = Result::error;
+        verdict.reason = ServiceReason::lock;
         return onuQosResError;
     }
-    const auto handle = onuHandleOf(kOperation, onuIntf, serviceName);
-    if (!handle) {
-        return onuQosResError;
+    const ServiceRequest request{.operation = kOperation,
+                                 .onuIntf = onuIntf,
+                                 .serviceName = serviceName,
+                                 .binding = {.onuFlowProfileName = onuFlowProfileName,
+                                             .tContProfileName = tContProfileName,
+                                             .virtualPortId = virtualPortId},
+                                 .termPointType = termPointType,
+                                 .termPointId = termPointId};
+    const CheckedService checked = onuQosServiceDecide(request, verdict);
+    if (!checked.accepted) {
+        if (explained != nullptr && !verdict) {
+            onuQosServiceExplain(request, verdict);
+        }
+        return resultOf(verdict.result);
     }
+
+    if (checked.needs.platform && !onuQosBindingPush(request, checked, verdict)) {
+        return resultOf(verdict.result);
+    }
+
+    onuQosServiceIntfMap.at(onuIntf).emplace(serviceName, request.binding);
+    boundProfiles_.add(request.binding);
+    verdict.stands.binding = true;
+    if (checked.needs.accounting) {
+        onuQosBindingAccount(request, verdict);
+    }
+    if (verdict) {
+        onuFlowProfileMap.at(onuFlowProfileName).appliedIntfSet.insert(onuIntf);
+        tContProfileMap.at(tContProfileName).appliedIntfs.insert(onuIntf);
+    }
+    return resultOf(verdict.result);
+}
+
+bool onuQos::onuQosBindingPush(const ServiceRequest& request, const CheckedService& checked,
+                               rules::ServiceVerdict& verdict) {
+    const auto& [flowName, tContName, virtualPort] = request.binding;
     std::string bindingName;
-    onuQosOMApiServiceNameGen(binding.onuFlowProfileName, binding.tContProfileName, bindingName);
-    const int answer = OMApi.onuQosServiceApply(*handle, onuIntf, bindingName, binding.onuFlowProfileName,
-                                                binding.tContProfileName, binding.virtualPortId, tContId,
-                                                onuQosOMApi::onuQosOMApiUniType{*uniType},
-                                                static_cast<unsigned int>(int{termPointId}));
-    if (answer != 0) {
-        logError(kOperation, "ONUQOS ERROR - OMApi.onuQosServiceApply() failed for intf: ", onuIntf,
-                 ", profile: ", bindingName);
-        return answer == kOMApiRefused ? onuQosResOMApiRefused : onuQosResError;
+    onuQosOMApiServiceNameGen(flowName, tContName, bindingName);
+    const int answer = OMApi.onuQosServiceApply(checked.handle, request.onuIntf, bindingName, flowName,
+                                                tContName, virtualPort, verdict.tContId, checked.uniType,
+                                                static_cast<unsigned int>(int{request.termPointId}));
+    if (answer == 0) {
+        return true;
     }
-    return onuQosResOk;
+    logError(kOperation, "ONUQOS ERROR - OMApi.onuQosServiceApply() failed for intf: ", request.onuIntf,
+             ", profile: ", bindingName);
+    verdict.result = answer == kOMApiRefused ? Result::omApiRefused : Result::error;
+    verdict.reason = ServiceReason::platformFailed;
+    verdict.failed = {.name = "onuQosServiceApply", .answer = answer};
+    return false;
+}
+
+void onuQos::onuQosBindingAccount(const ServiceRequest& request, rules::ServiceVerdict& verdict) {
+    const AccountOutcome account =
+        bindingAccount(*this, kOperation, request.onuIntf, request.binding.tContProfileName,
+                       {.add = true,
+                        .onuToo = onuQosServiceIntfMap.at(request.onuIntf).size() == 1,
+                        .stateToo = !configurationApplying()});
+    verdict.stands.tCont = account.tCont;
+    verdict.stands.onu = account.onu;
+    if (!account.done()) {
+        verdict.result = Result::error;
+        verdict.reason = account.complete ? ServiceReason::stateUpdate : ServiceReason::accounting;
+        verdict.failed = account.failed;
+    }
 }

@@ -36,10 +36,11 @@ onuQos::onuQosRes onuQos::onuQosServiceRemove(unsigned int onuIntf, const std::s
     bindings.erase(found);
     boundProfiles_.remove(binding);
     if (needs.accounting) {
-        const onuQosRes res = bindingAccount(*this, kOperation, onuIntf, binding.tContProfileName,
-                                             {.add = false, .onuToo = bindings.empty(), .stateToo = true});
-        if (res != onuQosResOk) {
-            return res;
+        const AccountOutcome account =
+            bindingAccount(*this, kOperation, onuIntf, binding.tContProfileName,
+                           {.add = false, .onuToo = bindings.empty(), .stateToo = true});
+        if (!account.done()) {
+            return onuQosResError;
         }
     }
     // A profile may have been deleted or renamed since it was bound.
