@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "clients/oltctl/explanation.h"
 #include "common/errors.h"
 #include "common/name.h"
 #include "common/refusal.h"
@@ -163,7 +164,11 @@ std::string refusalText(const Json& answer) {
     }
     const Json arguments = answer.value("arguments", Json::object());
     if (arguments.is_object() && arguments.contains("res") && arguments["res"] != 0) {
-        return textOf(arguments, "resName") + " (" + arguments["res"].dump() + ")";
+        return textOf(arguments, "resName") + " (" + arguments["res"].dump() + ")" +
+               explanationText(arguments);
+    }
+    if (isBoundOtherwise(arguments)) {
+        return explanationText(arguments);
     }
     if (arguments.is_object() && arguments.contains("ok") && arguments["ok"] == false) {
         return text.empty() ? "not carried out; the log of oltmgrd says why" : text;

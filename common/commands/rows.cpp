@@ -14,17 +14,21 @@ constexpr Argument kServiceProfile{"name", Kind::name, "NAME", "Name of the serv
 
 // clang-format off
 const std::vector<Row>& table() {
+    static const std::vector<Argument> kBinding{
+        kOnu, kService,
+        {"flowProfile", Kind::name, "--flow-profile", "ONU flow profile"},
+        {"tcontProfile", Kind::name, "--tcont-profile", "T-CONT profile"},
+        {"virtualPort", Kind::number, "--virtual-port", "Virtual port"},
+        {"termPointType", Kind::integer, "--term-point-type", "0, 1 or 2: UNI type 7, 6 or 1 of the hardware layer"},
+        {"termPointId", Kind::shortInteger, "--term-point-id", "Number of the termination point"}};
     static const std::vector<Row> rows{
         {"list-commands", "commands", "Lists the commands of the control channel", {}},
         {"status", "status", "Tells how the process and its entities are", {}},
 
         {"service-apply", "service apply", "Binds a flow profile and a T-CONT profile to a virtual port of an ONU",
-         {kOnu, kService,
-          {"flowProfile", Kind::name, "--flow-profile", "ONU flow profile"},
-          {"tcontProfile", Kind::name, "--tcont-profile", "T-CONT profile"},
-          {"virtualPort", Kind::number, "--virtual-port", "Virtual port"},
-          {"termPointType", Kind::integer, "--term-point-type", "0, 1 or 2: UNI type 7, 6 or 1 of the hardware layer"},
-          {"termPointId", Kind::shortInteger, "--term-point-id", "Number of the termination point"}}},
+         kBinding},
+        {"service-check", "service check", "Tells whether service apply would be accepted at this moment, and changes nothing",
+         kBinding},
         {"service-remove", "service remove", "Removes a service from an ONU", {kOnu, kService}},
         {"service-list", "service list", "Lists the applied services in order of application",
          {{"interface", Kind::numberOrNothing, "--onu", "Only those of this ONU", "null"},

@@ -1,12 +1,9 @@
 #include "oltmgrd/observe/alarmLog.h"
 
 #include <algorithm>
-#include <array>
-#include <chrono>
-#include <ctime>
-#include <string>
 
 #include "common/name.h"
+#include "oltmgrd/files/timeText.h"
 #include "oltmgrd/observe/portLedger.h"
 
 namespace oltmgrd {
@@ -27,19 +24,6 @@ constexpr Meaning kMeanings[] = {
 
 bool isSame(const HostAlarm& alarm, const HostAlarm& other) {
     return alarm.code == other.code && alarm.interface == other.interface && alarm.board == other.board;
-}
-
-/// In UTC with milliseconds, as ISO 8601 has it.
-std::string timeText(std::chrono::system_clock::time_point time) {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time - seconds).count();
-    const std::time_t whole = std::chrono::system_clock::to_time_t(seconds);
-    std::tm parts{};
-    ::gmtime_r(&whole, &parts);
-    std::array<char, 32> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    const std::string fraction = std::to_string(1000 + milliseconds).substr(1);
-    return std::string(date.data()) + "." + fraction + "Z";
 }
 
 }  // namespace

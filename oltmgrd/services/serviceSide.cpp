@@ -40,18 +40,25 @@ std::shared_ptr<const Values> shared(std::map<std::string, std::shared_ptr<const
 
 }  // namespace
 
-Result ServiceSide::apply(AppliedService service) {
+Result ServiceSide::apply(AppliedService service, ServiceOutcome* outcome) {
     const auto held = hold();
     // Keeps the profiles from being renamed before it is seen which they are.
     const BLLManager::exclusiveLock_t lock;
     if (!lock.obtained()) {
+        if (outcome != nullptr) {
+            outcome->verdict.result = rules::Result::error;
+            outcome->verdict.reason = rules::ServiceReason::lock;
+        }
         return onuQos::onuQosResError;
     }
     const Key key{service.interface, service.service};
-    const Result result = call<&Interface::onuQosServiceApply>(
+    const Result result = call<&Interface::onuQosServiceApplyExplained>(
         module_, service.interface, service.service, service.flowProfile, service.tcontProfile,
         service.virtualPort, static_cast<servprofile::onuTermPointType>(service.termPoint.type),
-        service.termPoint.id);
+        service.termPoint.id, outcome == nullptr ? nullptr : &outcome->verdict);
+    if (outcome != nullptr) {
+        compare(service, *outcome);
+    }
     // A step that fails after the hardware layer has accepted leaves the binding in place. Every other
     // refusal comes before that.
     if (result == onuQos::onuQosResError || inDoubt_) {
@@ -62,6 +69,29 @@ Result ServiceSide::apply(AppliedService service) {
         remember(std::move(service));
     }
     return result;
+}
+
+Result ServiceSide::check(const AppliedService& service, ServiceOutcome& outcome) {
+    const auto held = hold();
+    const Result result = call<&Interface::onuQosServiceCheck>(
+        module_, service.interface, service.service, service.flowProfile, service.tcontProfile,
+        service.virtualPort, static_cast<servprofile::onuTermPointType>(service.termPoint.type),
+        service.termPoint.id, outcome.verdict);
+    compare(service, outcome);
+    return result;
+}
+
+/// Holds a service that is bound already against the one that was asked for.
+void ServiceSide::compare(const AppliedService& asked, ServiceOutcome& outcome) const {
+    if (!outcome.verdict.alreadyBound) {
+        return;
+    }
+    outcome.differs = outcome.verdict.differs;
+    const std::lock_guard guard(services_);
+    if (const auto found = orders_.find({asked.interface, asked.service}); found != orders_.end()) {
+        outcome.boundTermPoint = byOrder_.at(found->second).termPoint;
+        outcome.differs = outcome.differs || outcome.boundTermPoint != asked.termPoint;
+    }
 }
 
 Result ServiceSide::remove(std::uint32_t interface, const std::string& service) {

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -46,6 +47,14 @@ struct AppliedService {
     TermPoint pushedTermPoint{};
 };
 
+/// Why an operation answered as it did. The module does not keep termination points: what it calls the same
+/// may differ in them.
+struct ServiceOutcome {
+    rules::ServiceVerdict verdict{};
+    std::optional<TermPoint> boundTermPoint{};  ///< of a service that is bound already
+    bool differs = false;                       ///< such a service from the one that was asked for
+};
+
 /// The platform's service-profile side: applies and removes services and remembers them in order of
 /// application. Operations may be called from any thread that does not hold the platform lock: they take the
 /// operations' mutex first and the platform lock after it.
@@ -54,8 +63,11 @@ public:
     /// Both outlive this.
     ServiceSide(const onuQosClassInterface& module, Host& host) : module_(module), host_(host) {}
 
-    /// The module's answer; the service is remembered when it is bound, whatever the answer was.
-    Result apply(AppliedService service);
+    /// The module's answer; the service is remembered when it is bound, whatever the answer was. Why it was
+    /// the answer is looked up only where there is an `outcome` to hold it.
+    Result apply(AppliedService service, ServiceOutcome* outcome = nullptr);
+    /// What `apply` would answer at this moment; changes nothing.
+    Result check(const AppliedService& service, ServiceOutcome& outcome);
     Result remove(std::uint32_t interface, const std::string& service);
 
     /// Returns all entities to their factory settings; the names of those that answered false.
@@ -81,6 +93,7 @@ private:
     void findOut(AppliedService& service);
     const AppliedService* equalTo(const AppliedService& service) const;
     bool isRemembered(const Key& key) const;
+    void compare(const AppliedService& asked, ServiceOutcome& outcome) const;
     void remember(AppliedService service);
     void forget(const Key& key);
 

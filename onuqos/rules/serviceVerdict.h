@@ -98,16 +98,16 @@ inline RatePair largestAdmitted(const ServiceVerdict& verdict) {
                         [&](RatePair rate) { return admits(availableOf(admission), rate); });
 }
 
-/// Whether the port keeps its limits when these rates are bound, by the figures of the decision.
-inline bool raisesNoAlarm(const PortFigures& port, RatePair rate) {
-    return keepsLimits(port.held, port.onu, rate, port.fixedLimit, port.totalLimit);
+/// Whether the port keeps its limits, and so raises no alarm, once these rates are bound.
+constexpr LimitVerdict alarmVerdict(const PortFigures& port, RatePair rate) {
+    return portVerdict(heldWith(port.held, port.onu, rate), port.fixedLimit, port.totalLimit);
 }
 
 /// The largest rates that the port takes without an alarm. The figures of the port are known.
 inline RatePair largestWithoutAlarm(const ServiceVerdict& verdict) {
     const AdmissionVerdict& admission = *verdict.admission;
     return largestRates(verdict.tContType, admission.rate, verdict.classLimits, [&](RatePair rate) {
-        return admits(availableOf(admission), rate) && raisesNoAlarm(*verdict.port, rate);
+        return admits(availableOf(admission), rate) && alarmVerdict(*verdict.port, rate);
     });
 }
 
