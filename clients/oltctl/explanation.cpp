@@ -122,7 +122,7 @@ std::string demandTable(const Json& admission) {
     const Json& missing = admission.at("missing");
     const auto assured = demand.at("total").get<std::uint64_t>() - demand.at("fixed").get<std::uint64_t>();
     common::Table table(
-        {{""}, {"fixed", Align::right}, {"assured", Align::right}, {"total (kbit/s)", Align::right}, {""}});
+        {{"kbit/s"}, {"fixed", Align::right}, {"assured", Align::right}, {"total", Align::right}, {""}});
     table.add({"rate", number(rate.at("fixed")), number(rate.at("assured")), sum(rate), ""});
     table.add({"overhead", number(overhead.at("fixed")), number(overhead.at("assured")), sum(overhead),
                overheadNote(admission)});

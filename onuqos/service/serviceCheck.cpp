@@ -130,8 +130,8 @@ void onuQos::onuQosServiceExplain(const ServiceRequest& request, rules::ServiceV
             }
         }
     }
-    if (!verdict.admission) {
-        return;
+    if (!verdict.admission || (*verdict.admission && !verdict)) {
+        return;  // the port is not what stands against it
     }
     verdict.classLimits = rules::limitsOf(TCONT_RATE_GRANULARITY);
     const std::uint32_t port = verdict.admission->port;

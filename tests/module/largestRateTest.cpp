@@ -44,7 +44,7 @@ TEST_P(LargestRate, isTheOneThatTryingThemAllFinds) {
     const auto prices = priceList(*limits, isFixed ? tContRateFixed : tContRateAssured);
     const std::uint32_t most = isFixed || type == tContType2 ? limits->rateMax : limits->rateMax - 256;
     std::mt19937 random(11);
-    for (int round = 0; round < 1200; ++round) {
+    for (int round = 0; round < 600; ++round) {
         // Half the rooms lie among the narrow bands, and one in four at the very cost of a rate or beside it.
         const std::uint32_t top = round % 2 == 0 ? 70000 : limits->totalMax + 100000;
         std::uint32_t room = static_cast<std::uint32_t>(random() % top);

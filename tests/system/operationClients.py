@@ -77,7 +77,7 @@ class AdmissionTest(ClientTest):
             number = {"onuQosResNotFound": 5, "onuQosResError": 1}[name]
             document = self.told(answer, 1, number, name, "service apply")
             self.assertEqual((document["arguments"]["res"], document["arguments"]["resName"]), (number, name))
-            self.assertRegex(answer.err, rf"^oltctl: service apply: {name} \({number}\)\n$")
+            self.assertRegex(answer.err, rf"^oltctl: service apply: {name} \({number}\): [^\n]+\n$")
 
     def test_violation_alarm_and_unknown_figures(self):
         self.good(self.apply(101, "internet"))
@@ -306,6 +306,8 @@ class OperatorTest(ClientTest):
             "list-commands": ["commands"], "status": ["status"], "message": ["message", "onuQosDump", "17"],
             "hardware-get": ["hardware"], "alarms-get": ["alarms"], "service-list": ["service", "list"],
             "service-apply": ["service", "apply", "101", "s", "--flow-profile", "hsi", "--tcont-profile", "gold",
+                              "--virtual-port", "1", "--term-point-type", "1", "--term-point-id", "2"],
+            "service-check": ["service", "check", "101", "s2", "--flow-profile", "hsi", "--tcont-profile", "gold",
                               "--virtual-port", "1", "--term-point-type", "1", "--term-point-id", "2"],
             "flow-service-get": ["service", "flow", "101", "1"], "service-remove": ["service", "remove", "101", "s"],
             "service-profile-add": ["service-profile", "add", "base64:/w==", "--tcont-profile", "gold",
