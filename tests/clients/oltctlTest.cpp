@@ -43,6 +43,18 @@ TEST(Refusal, IsToldByTheServerOrTheModule) {
         {R"({"result": 2})", "result 2"},
         {R"({"result": 0, "text": "", "arguments": {"res": 3, "resName": "onuQosResExists"}})",
          "onuQosResExists (3)"},
+        // Of an oltmgrd that explains otherwise.
+        {R"({"result": 0, "arguments": {"res": 9, "resName": "r", "explanation": {"reason": "new"}}})",
+         "r (9)"},
+        {R"({"result": 0, "arguments": {"res": 9, "resName": "r", "explanation": {"reason": "admissionFixed"}}})",
+         "r (9)"},
+        {R"({"result": 0, "arguments": {"res": 9, "resName": "r", "explanation": "lock"}})", "r (9)"},
+        {R"({"result": 0, "arguments": {"res": 1, "resName": "r", "explanation": {"reason": "lock"}}})",
+         "r (1): the platform lock was not obtained; try again"},
+        {R"({"result": 0, "arguments": {"res": 13, "resName": "r", "explanation":
+            {"reason": "duplicateVirtualPort", "interface": 101, "other":
+                {"service": {"base64": "/wo="}, "flowProfile": "f\n", "tcontProfile": "t", "virtualPort": 3}}}})",
+         R"(r (13): virtual port 3 of ONU 101 carries service "\xff\x0a" (f\x0a, t))"},
         {R"({"result": 0, "arguments": {"ok": false}})", "not carried out; the log of oltmgrd says why"},
         {R"({"result": 0, "arguments": [1]})", ""},
     };
