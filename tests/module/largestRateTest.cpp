@@ -89,11 +89,11 @@ TEST(LargestRates, keepTheOtherRateOfTypeFive) {
         {"a fixed rate that needs the assured one", {64, 192}, {1000, 400}, {0, 0}},
         {"nothing fits", {1024, 1024}, {100, 100}, {0, 0}},
     };
-    for (const auto& [name, asked, available, largest] : kCases) {
-        EXPECT_EQ(largestRates(tContType5, asked, kGponLimits,
-                               [&](RatePair rate) { return admits(available, rate); }),
-                  largest)
-            << name;
+    for (const Case& test : kCases) {
+        EXPECT_EQ(largestRates(tContType5, test.asked, kGponLimits,
+                               [&test](RatePair rate) { return admits(test.available, rate); }),
+                  test.largest)
+            << test.name;
     }
 }
 

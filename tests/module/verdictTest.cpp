@@ -249,10 +249,9 @@ TEST_F(VerdictTest, ofAServiceThatIsBoundAlready) {
     makeRates("t", 2048, 2048);
     ASSERT_EQ(bind(101, "C", "f", "t", 10), onuQosResOk);
     const Snapshot bound = snapshot();
-    for (const auto& [asked, differs] : {std::pair(Asked{}, false),
-                                         {Asked{.virtualPort = 11}, true},
-                                         {Asked{.flow = "none"}, true},
-                                         {Asked{.tCont = "none"}, true}}) {
+    const std::pair<Asked, bool> kRequests[] = {
+        {{}, false}, {{.virtualPort = 11}, true}, {{.flow = "none"}, true}, {{.tCont = "none"}, true}};
+    for (const auto& [asked, differs] : kRequests) {
         for (const ServiceVerdict& verdict : {checked(asked), applied(asked)}) {
             EXPECT_TRUE(verdict);
             EXPECT_EQ(verdict.alreadyBound, bound.tables.onuQosServiceIntfMap.at(101).at("C"));
@@ -281,8 +280,8 @@ TEST_F(VerdictTest, costsNoCallBeforeTheDecision) {
         {"interface without records", {.onu = 1}, 0, {"interfaceGetTypeById"}},
         {"admission", {.onu = 102}, 1000, kFigures},
     };
-    for (const auto& [name, asked, free, added] : kCases) {
-        SCOPED_TRACE(name);
+    for (const Case& test : kCases) {
+        SCOPED_TRACE(test.name);
         const auto callsWith = [&](auto ask) {
             startAgain();
             for (const char* flow : {"f", "f2"}) {
@@ -292,9 +291,11 @@ TEST_F(VerdictTest, costsNoCallBeforeTheDecision) {
             makeRates("t2", 2048, 2048, 2);
             makeRates("same id", 2048, 2048, 2);
             EXPECT_EQ(bind(101, "s", "f", "t2", 9), onuQosResOk);
-            freeOnPort1(free, free);
-            auto wanted = asked;
-            wanted.flow = asked.onu == 101 && asked.flow == "f" && asked.service == "C" ? "f2" : asked.flow;
+            freeOnPort1(test.free, test.free);
+            Asked wanted = test.asked;
+            if (wanted.onu == 101 && wanted.flow == "f" && wanted.service == "C") {
+                wanted.flow = "f2";  // "s" has bound "f"
+            }
             logLines();
             return callsOf([&] { ask(wanted); });
         };
@@ -312,7 +313,7 @@ TEST_F(VerdictTest, costsNoCallBeforeTheDecision) {
              call != explained.end(); ++call) {
             more.emplace_back(standin::name(call->operation));
         }
-        EXPECT_EQ(more, added);
+        EXPECT_EQ(more, test.added);
 
         Snapshot before, after;
         const auto asking = callsWith([&](const Asked& wanted) {
