@@ -46,7 +46,14 @@ class ExplainTest(ClientTest):
             self.operate("fault", "set", *fault)
         answer = self.oltctl("--json", *words)
         self.assertEqual((answer.status, answer.err), (shown.status, shown.err))
-        return shown.status, shown.err, answer.json()["arguments"]
+        return shown.status, shown.err, self.arguments(answer)
+
+    @staticmethod
+    def arguments(answer):
+        """Those of the answer, with the explanation, which stands beside them in a refusal."""
+        document = answer.json()
+        more = {"explanation": document["explanation"]} if "explanation" in document else {}
+        return {**document["arguments"], **more}
 
     faults = ()
 
@@ -121,7 +128,7 @@ class ExplainTest(ClientTest):
             with self.subTest(reason=reason):
                 self.operate("fault", "set", *fault)
                 answer = self.oltctl("--json", *self.words("apply", 101, reason, "hsi", "gold", 1, 0))
-                self.assertEqual((answer.status, answer.json()["arguments"]["explanation"]["reason"]), (1, reason))
+                self.assertEqual((answer.status, self.arguments(answer)["explanation"]["reason"]), (1, reason))
                 self.assertRegex(answer.err, f"^oltctl: service apply: {sentence}$")
                 bound = [row["service"] for row in self.operate("service", "list")["services"]]
                 self.assertEqual(bound, [] if reason == "platformFailed" else [reason])
