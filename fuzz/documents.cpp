@@ -67,7 +67,7 @@ void useConfiguration(const ConfigurationDocument& document) {
 
 void useInventory(const oltmgrd::InventoryFile& file) {
     require(std::ranges::all_of(file.warnings, isOneLine), "a warning is one line");
-    standin::configure(file.inventory);  // takes whatever the reader lets through
+    standin::configure(standinOf(file.inventory));  // takes whatever the reader lets through
 }
 
 }  // namespace

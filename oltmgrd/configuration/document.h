@@ -8,7 +8,7 @@
 #include "oltmgrd/files/jsonText.h"
 #include "oltmgrd/platform/serviceProfile.h"
 #include "oltmgrd/services/profileValues.h"
-#include "oltmgrd/services/serviceSide.h"
+#include "oltmgrd/services/termPoint.h"
 
 namespace oltmgrd {
 
@@ -81,7 +81,10 @@ struct ConfigurationDocument {
 /// binding that appears twice and for a binding whose profiles are not there.
 ConfigurationDocument readConfiguration(const Json& json);
 
-/// The text of a configuration file: JSON, a line for each entry, members with their defaults left out.
+/// What a configuration file holds, members with their defaults left out.
+Json configurationJson(const ConfigurationDocument& document);
+
+/// The text of a configuration file: the same, a line for each entry.
 std::string configurationText(const ConfigurationDocument& document);
 
 /// Reads a configuration file. Throws `StartError` that names file, JSON pointer and reason.

@@ -8,7 +8,8 @@
 #include "oltmgrd/files/files.h"
 #include "oltmgrd/files/jsonFields.h"
 #include "oltmgrd/platform/serviceProfile.h"
-#include "onuqos/entity/onuQos.h"
+#include "onuqos/rules/profileLimits.h"
+#include "onuqos/rules/tContTypes.h"
 
 namespace oltmgrd {
 namespace {

@@ -12,6 +12,8 @@
 #include <utility>
 
 #include "common/text.h"
+#include "onuqos/rules/profileLimits.h"
+#include "onuqos/rules/tContTypes.h"
 
 namespace oltmgrd {
 namespace {

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "BLLManager.h"
+#include "oltmgrd/services/valuesOf.h"
 
 namespace oltmgrd {
 namespace {

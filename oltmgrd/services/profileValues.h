@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "oltmgrd/module/module.h"
-
 namespace oltmgrd {
 
 /// What a T-CONT profile holds beside its name. Rates in kbit/s. The defaults are those of a new profile.
@@ -36,25 +34,5 @@ struct FlowValues {
 
     friend auto operator<=>(const FlowValues&, const FlowValues&) = default;
 };
-
-inline TContValues valuesOf(const tContProfileInfo& profile) {
-    return {.tContId = profile.tContId,
-            .tContType = static_cast<std::uint32_t>(profile.tContType),
-            .fixedRate = profile.fixedRate,
-            .assuredRate = profile.assuredRate,
-            .maximumRate = profile.maximumRate,
-            .dbaAllocType = static_cast<std::uint32_t>(profile.dbaAllocType),
-            .dbaWeight = profile.dbaWeight,
-            .dbaPriority = profile.dbaPriority};
-}
-
-inline FlowValues valuesOf(const onuQos::onuFlowProfileInfo& profile) {
-    return {.cPcp = profile.rule.cPcp,
-            .cVlan = profile.rule.cVlan,
-            .guarRateUs = profile.action.guarRateUs,
-            .peakRateUs = profile.action.peakRateUs,
-            .flowPriorityUs = profile.action.flowPriorityUs,
-            .flowPriorityDs = profile.action.flowPriorityDs};
-}
 
 }  // namespace oltmgrd

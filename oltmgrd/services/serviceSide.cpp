@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "BLLManager.h"
+#include "oltmgrd/services/valuesOf.h"
 
 namespace oltmgrd {
 namespace {

@@ -13,15 +13,9 @@
 #include "oltmgrd/module/results.h"
 #include "oltmgrd/platform/host.h"
 #include "oltmgrd/services/profileValues.h"
+#include "oltmgrd/services/termPoint.h"
 
 namespace oltmgrd {
-
-struct TermPoint {
-    std::int32_t type = 0;  ///< the module looks at it only when it pushes the binding: any number
-    std::int16_t id = 0;
-
-    friend bool operator==(const TermPoint&, const TermPoint&) = default;
-};
 
 /// The profile that a service was bound to.
 template <typename Values>

@@ -17,18 +17,13 @@
 #include "onuqos/rules/bindingTypes.h"
 #include "onuqos/rules/boundProfiles.h"
 #include "onuqos/rules/cacTypes.h"
+#include "onuqos/rules/profileLimits.h"
 #include "onuqos/rules/result.h"
 #include "onuqos/rules/serviceVerdict.h"
 #include "onuqos/rules/tContTypes.h"
 #include "rte/BLL/core/rpcProxy.h"
 #include "servprofile.h"
 #include "singleton.h"
-
-/// The longest profile name, bytes.
-constexpr std::size_t kProfileNameMax = 64;
-
-/// How many profiles of each family the module holds.
-constexpr std::size_t kProfileCountMax = 256;
 
 struct onuQosTables;
 struct onuQosPortLedger;

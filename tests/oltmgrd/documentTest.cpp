@@ -5,7 +5,7 @@
 #include "oltmgrd/configuration/document.h"
 #include "oltmgrd/files/errors.h"
 #include "oltmgrd/files/jsonText.h"
-#include "oltmgrd/platform/standin/inventory.h"
+#include "oltmgrd/platform/inventory.h"
 
 namespace oltmgrd {
 namespace {
@@ -111,18 +111,17 @@ TEST(Inventory, DefaultsAreFilledIn) {
                       {"interface": 2, "technology": "10g", "minDistance": 30, "capacityTotal": 9}],
             "onus": [{"interface": 7, "parent": 2}],
             "serviceProfiles": [{"name": "s", "tcontProfile": {"base64": "/w=="}}]})"));
-    const auto& [ports, onus, others, features, serviceProfiles] = file.inventory;
+    const auto& [features, ports, onus, serviceProfiles] = file.inventory;
     EXPECT_TRUE(file.warnings.empty());
     ASSERT_EQ(ports.size(), 2U);
     EXPECT_EQ(std::tuple(ports[0].olt, ports[0].technology, ports[0].maxDistance), std::tuple(1, 1, 20));
-    EXPECT_FALSE(ports[0].capacityFixed.has_value());
+    EXPECT_EQ(std::pair(ports[0].capacityFixed, ports[1].capacityFixed), std::pair(155080000U, 1239808000U));
     EXPECT_EQ(std::tuple(ports[1].olt, ports[1].technology, ports[1].maxDistance), std::tuple(2, 2, 30));
     EXPECT_EQ(ports[1].capacityTotal, 9U);
     EXPECT_EQ(onus.at(0).parent, 2U);
     EXPECT_EQ(features, (std::map<int, bool>{{5, true}, {13, false}}));
-    EXPECT_EQ(
-        serviceProfiles,
-        (std::vector<standin::ServiceProfile>{{.name = "s", .tContProfile = "\xff", .flowProfile = ""}}));
+    EXPECT_EQ(serviceProfiles,
+              (std::vector<ServiceProfile>{{.name = "s", .tcontProfile = "\xff", .flowProfile = ""}}));
 }
 
 TEST(Inventory, WarnsWhereInterfaceAndOltPortNumberDiffer) {

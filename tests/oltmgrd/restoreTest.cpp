@@ -7,6 +7,7 @@
 
 #include "common/text.h"
 #include "oltmgrd/files/jsonText.h"
+#include "oltmgrd/services/valuesOf.h"
 #include "standin/serviceProfiles.h"
 
 using common::inQuotes;

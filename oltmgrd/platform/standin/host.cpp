@@ -47,7 +47,7 @@ public:
     std::vector<std::string> readInventory(const std::string& file) override {
         InventoryFile read = loadInventory(file);
         file_ = file;
-        inventory_ = std::move(read.inventory);
+        inventory_ = standinOf(read.inventory);
         return std::move(read.warnings);
     }
 
