@@ -95,6 +95,7 @@ const std::vector<Row>& table() {
         {"fault-clear", "fault clear", "Ends the fault of an operation, or all",
          {{"operation", Kind::operation, "OPERATION", "Only this one", "\"\""}}},
 
+        {"config-get", "config get", "Shows what config save would write now", {}},
         {"config-save", "config save", "Saves profiles, service profiles and bindings to a file",
          {{"file", Kind::path, "--file", "Where to; the process's --config file unless given", "\"\""},
           {"force", Kind::boolean, "--force",

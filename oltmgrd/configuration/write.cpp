@@ -78,28 +78,42 @@ Json portJson(const SavedPort& port) {
     return json;
 }
 
-template <typename Entries, typename ToJson>
-void addEntries(std::string& text, const char* member, const Entries& entries, ToJson toJsonOf) {
-    text += ",\n\"" + std::string(member) + "\": [";
-    const char* separator = "\n  ";
-    for (const auto& entry : entries) {
-        text += separator;
-        text += jsonLine(toJsonOf(entry));
-        separator = ",\n  ";
-    }
-    text += entries.empty() ? "]" : "\n]";
+/// Calls `take(member, entries, toJson)` for each member of a configuration, in order.
+template <typename Take>
+void forEachMember(const ConfigurationDocument& document, Take take) {
+    take("tcontProfiles", document.tcontProfiles, profileJson<TContValues>);
+    take("flowProfiles", document.flowProfiles, profileJson<FlowValues>);
+    take("serviceProfiles", document.serviceProfiles, serviceProfileToJson);
+    take("bindings", document.bindings,
+         [&](const SavedBinding& binding) { return bindingJson(binding, document); });
+    take("ports", document.ports, portJson);
 }
 
 }  // namespace
 
+Json configurationJson(const ConfigurationDocument& document) {
+    Json json{{"version", kConfigurationVersion}};
+    forEachMember(document, [&](const char* member, const auto& entries, auto toJsonOf) {
+        Json& array = json[member] = Json::array();
+        for (const auto& entry : entries) {
+            array.push_back(toJsonOf(entry));
+        }
+    });
+    return json;
+}
+
 std::string configurationText(const ConfigurationDocument& document) {
     std::string text = "{\"version\": " + std::to_string(kConfigurationVersion);
-    addEntries(text, "tcontProfiles", document.tcontProfiles, profileJson<TContValues>);
-    addEntries(text, "flowProfiles", document.flowProfiles, profileJson<FlowValues>);
-    addEntries(text, "serviceProfiles", document.serviceProfiles, serviceProfileToJson);
-    addEntries(text, "bindings", document.bindings,
-               [&](const SavedBinding& binding) { return bindingJson(binding, document); });
-    addEntries(text, "ports", document.ports, portJson);
+    forEachMember(document, [&](const char* member, const auto& entries, auto toJsonOf) {
+        text += ",\n\"" + std::string(member) + "\": [";
+        const char* separator = "\n  ";
+        for (const auto& entry : entries) {
+            text += separator;
+            text += jsonLine(toJsonOf(entry));
+            separator = ",\n  ";
+        }
+        text += entries.empty() ? "]" : "\n]";
+    });
     text += "\n}\n";
     return text;
 }

@@ -1,3 +1,4 @@
+#include "oltmgrd/configuration/snapshot.h"
 #include "oltmgrd/control/handlers.h"
 #include "oltmgrd/files/memory.h"
 
@@ -26,6 +27,15 @@ Answer configApplyStop(CommandContext& context, const Arguments&) {
     return answerOfEvent(configurationOf(context).applyStop());
 }
 
+Answer configGet(CommandContext& context, const Arguments&) {
+    configurationOf(context);
+    const auto document = captureConfiguration(*context.module, *context.services, *context.host);
+    if (!document) {
+        throw CommandError("the platform lock was not obtained");
+    }
+    return {.text = {}, .arguments = configurationJson(*document)};
+}
+
 Answer configSave(CommandContext& context, const Arguments& arguments) {
     const auto saved = configurationOf(context).save(arguments.name("file"), arguments.boolean("force"));
     returnFreeMemory();
@@ -34,6 +44,7 @@ Answer configSave(CommandContext& context, const Arguments& arguments) {
 
 constexpr Handler kHandlers[] = {{"config-apply-start", configApplyStart},
                                  {"config-apply-stop", configApplyStop},
+                                 {"config-get", configGet},
                                  {"config-save", configSave}};
 
 }  // namespace
