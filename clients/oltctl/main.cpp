@@ -1,6 +1,3 @@
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <iostream>
 #include <iterator>
@@ -10,12 +7,12 @@
 #include <vector>
 
 #include "clients/oltctl/answer.h"
-#include "clients/oltctl/channel.h"
 #include "clients/oltctl/guards.h"
 #include "clients/oltctl/request.h"
 #include "clients/oltctl/views.h"
 #include "common/commandLine.h"
 #include "common/commands/rows.h"
+#include "common/controlChannel.h"
 #include "common/controlPath.h"
 #include "common/errors.h"
 #include "common/name.h"
@@ -181,17 +178,6 @@ void addCall(Command app, Request& request) {
     });
 }
 
-/// The users whose oltmgrd may answer.
-std::vector<uid_t> believedOwners(const Given& owner) {
-    std::vector<uid_t> users = {::geteuid(), 0};
-    if (owner.present()) {
-        const passwd* known = ::getpwnam(owner.text().c_str());
-        users.push_back(known != nullptr ? known->pw_uid
-                                         : common::parseUnsigned(owner.text(), "--socket-owner"));
-    }
-    return users;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -224,7 +210,7 @@ resultName, request, text, hint, and explanation and arguments where there are a
 
     return line.run(argc, argv, [&] {
         const double seconds = common::parseSeconds(timeout.text(), "--timeout");
-        oltctl::Channel channel(path.text(), seconds, believedOwners(owner));
+        common::ControlChannel channel(path.text(), seconds, common::believedOwners(owner.text()));
         const bool forJson = line.format() == common::Format::json && !request.linesForJson.empty();
         std::vector<std::string> answers;
         for (const std::string& asked : forJson ? request.linesForJson : request.lines) {

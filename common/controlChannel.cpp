@@ -1,6 +1,7 @@
-#include "clients/oltctl/channel.h"
+#include "common/controlChannel.h"
 
 #include <poll.h>
+#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -11,9 +12,10 @@
 #include <cstring>
 
 #include "common/errors.h"
+#include "common/number.h"
 #include "common/text.h"
 
-namespace oltctl {
+namespace common {
 namespace {
 
 constexpr std::size_t kReadBytes = 65536;
@@ -34,18 +36,27 @@ std::string remedy(int error) {
 
 }  // namespace
 
-Channel::Channel(const std::string& path, double timeoutSeconds, const std::vector<uid_t>& owners)
+std::vector<uid_t> believedOwners(const std::string& user) {
+    std::vector<uid_t> users = {::geteuid(), 0};
+    if (!user.empty()) {
+        const passwd* known = ::getpwnam(user.c_str());
+        users.push_back(known != nullptr ? known->pw_uid : parseUnsigned(user, "--socket-owner"));
+    }
+    return users;
+}
+
+ControlChannel::ControlChannel(const std::string& path, double timeoutSeconds, const std::vector<uid_t>& owners)
     : path_(path), timeoutSeconds_(timeoutSeconds), descriptor_(-1) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.empty() || path.size() >= sizeof address.sun_path) {
-        throw common::UsageError("control path " + common::printable(path) + ": a socket's path has 1 to " +
+        throw UsageError("control path " + printable(path) + ": a socket's path has 1 to " +
                                  std::to_string(sizeof address.sun_path - 1) + " bytes");
     }
     std::copy(path.begin(), path.end(), address.sun_path);
     descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor_ < 0) {
-        throw common::NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
+        throw NoAnswer("no socket can be had: " + std::string(std::strerror(errno)));
     }
     // A full backlog makes connect wait; the send timeout bounds that wait.
     const timeval bound{
@@ -56,7 +67,7 @@ Channel::Channel(const std::string& path, double timeoutSeconds, const std::vect
     if (::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         const int error = errno == EAGAIN ? ETIMEDOUT : errno;
         ::close(descriptor_);
-        throw common::NoAnswer("control path " + common::printable(path) + ": " + remedy(error));
+        throw NoAnswer("control path " + printable(path) + ": " + remedy(error));
     }
     try {
         believe(owners);
@@ -66,35 +77,35 @@ Channel::Channel(const std::string& path, double timeoutSeconds, const std::vect
     }
 }
 
-void Channel::believe(const std::vector<uid_t>& owners) const {
+void ControlChannel::believe(const std::vector<uid_t>& owners) const {
     struct stat file {};
     ucred server{};
     socklen_t size = sizeof server;
     if (::stat(path_.c_str(), &file) != 0 ||
         ::getsockopt(descriptor_, SOL_SOCKET, SO_PEERCRED, &server, &size) != 0) {
-        throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
+        throw NoAnswer("control path " + printable(path_) + ": " + std::strerror(errno));
     }
     for (const uid_t user : {file.st_uid, server.uid}) {
         if (std::find(owners.begin(), owners.end(), user) == owners.end()) {
-            throw common::NoAnswer("control path " + common::printable(path_) + ": served by user " +
+            throw NoAnswer("control path " + printable(path_) + ": served by user " +
                                    std::to_string(user) +
                                    ", neither you nor root; --socket-owner names one to believe");
         }
     }
 }
 
-Channel::~Channel() {
+ControlChannel::~ControlChannel() {
     ::close(descriptor_);
 }
 
-std::string Channel::ask(const std::string& line) {
+std::string ControlChannel::ask(const std::string& line) {
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                              std::chrono::duration<double>(timeoutSeconds_));
     send(line + "\n", deadline);
     return receiveLine(deadline);
 }
 
-void Channel::awaitReady(short events, Clock::time_point deadline) const {
+void ControlChannel::awaitReady(short events, Clock::time_point deadline) const {
     for (;;) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -104,17 +115,17 @@ void Channel::awaitReady(short events, Clock::time_point deadline) const {
             return;
         }
         if (ready == 0) {
-            throw common::NoAnswer(
-                "control path " + common::printable(path_) +
+            throw NoAnswer(
+                "control path " + printable(path_) +
                 ": no answer in time; the request may be carried out all the same (--timeout)");
         }
         if (errno != EINTR) {
-            throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
+            throw NoAnswer("control path " + printable(path_) + ": " + std::strerror(errno));
         }
     }
 }
 
-void Channel::send(const std::string& line, Clock::time_point deadline) const {
+void ControlChannel::send(const std::string& line, Clock::time_point deadline) const {
     std::size_t sent = 0;
     while (sent < line.size()) {
         awaitReady(POLLOUT, deadline);
@@ -125,12 +136,12 @@ void Channel::send(const std::string& line, Clock::time_point deadline) const {
         } else if (errno == EPIPE || errno == ECONNRESET) {
             return;  // the server closed on an over-long line; what it said about it is still to be read
         } else if (errno != EAGAIN && errno != EINTR) {
-            throw common::NoAnswer("control path " + common::printable(path_) + ": " + std::strerror(errno));
+            throw NoAnswer("control path " + printable(path_) + ": " + std::strerror(errno));
         }
     }
 }
 
-std::string Channel::receiveLine(Clock::time_point deadline) {
+std::string ControlChannel::receiveLine(Clock::time_point deadline) {
     std::vector<char> buffer(kReadBytes);
     std::size_t searched = 0;
     for (;;) {
@@ -146,10 +157,10 @@ std::string Channel::receiveLine(Clock::time_point deadline) {
         if (count > 0) {
             received_.append(buffer.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-            throw common::NoAnswer("control path " + common::printable(path_) +
+            throw NoAnswer("control path " + printable(path_) +
                                    ": oltmgrd closed the connection without an answer; its log may say why");
         }
     }
 }
 
-}  // namespace oltctl
+}  // namespace common
