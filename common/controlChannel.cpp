@@ -45,13 +45,14 @@ std::vector<uid_t> believedOwners(const std::string& user) {
     return users;
 }
 
-ControlChannel::ControlChannel(const std::string& path, double timeoutSeconds, const std::vector<uid_t>& owners)
+ControlChannel::ControlChannel(const std::string& path, double timeoutSeconds,
+                               const std::vector<uid_t>& owners)
     : path_(path), timeoutSeconds_(timeoutSeconds), descriptor_(-1) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.empty() || path.size() >= sizeof address.sun_path) {
         throw UsageError("control path " + printable(path) + ": a socket's path has 1 to " +
-                                 std::to_string(sizeof address.sun_path - 1) + " bytes");
+                         std::to_string(sizeof address.sun_path - 1) + " bytes");
     }
     std::copy(path.begin(), path.end(), address.sun_path);
     descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -87,9 +88,8 @@ void ControlChannel::believe(const std::vector<uid_t>& owners) const {
     }
     for (const uid_t user : {file.st_uid, server.uid}) {
         if (std::find(owners.begin(), owners.end(), user) == owners.end()) {
-            throw NoAnswer("control path " + printable(path_) + ": served by user " +
-                                   std::to_string(user) +
-                                   ", neither you nor root; --socket-owner names one to believe");
+            throw NoAnswer("control path " + printable(path_) + ": served by user " + std::to_string(user) +
+                           ", neither you nor root; --socket-owner names one to believe");
         }
     }
 }
@@ -115,9 +115,8 @@ void ControlChannel::awaitReady(short events, Clock::time_point deadline) const 
             return;
         }
         if (ready == 0) {
-            throw NoAnswer(
-                "control path " + printable(path_) +
-                ": no answer in time; the request may be carried out all the same (--timeout)");
+            throw NoAnswer("control path " + printable(path_) +
+                           ": no answer in time; the request may be carried out all the same (--timeout)");
         }
         if (errno != EINTR) {
             throw NoAnswer("control path " + printable(path_) + ": " + std::strerror(errno));
@@ -158,7 +157,7 @@ std::string ControlChannel::receiveLine(Clock::time_point deadline) {
             received_.append(buffer.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
             throw NoAnswer("control path " + printable(path_) +
-                                   ": oltmgrd closed the connection without an answer; its log may say why");
+                           ": oltmgrd closed the connection without an answer; its log may say why");
         }
     }
 }

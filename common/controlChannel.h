@@ -8,8 +8,8 @@
 
 namespace common {
 
-/// The users whose management process may answer: this one and root, and `user`, a name or a number, unless it is
-/// empty. Throws UsageError for what is neither.
+/// The users whose management process may answer: this one and root, and `user`, a name or a number, unless
+/// it is empty. Throws UsageError for what is neither.
 std::vector<uid_t> believedOwners(const std::string& user);
 
 /// A connection to the control channel of the management process: a line each way.

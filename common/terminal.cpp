@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <stdexcept>
 #include <streambuf>
 
 #include "common/text.h"
@@ -50,6 +53,16 @@ PrintableOutput::~PrintableOutput() {
     if (buffer_) {
         stream_.flush();
         stream_.rdbuf(before_);
+    }
+}
+
+void writeOwn(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            throw std::runtime_error("the output cannot be written: " + std::string(std::strerror(errno)));
+        }
+        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
     }
 }
 

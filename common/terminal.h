@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <string_view>
 
 namespace common {
 
@@ -23,6 +24,10 @@ private:
     std::unique_ptr<Buffer> buffer_;  // null: the stream is left alone
     std::streambuf* before_ = nullptr;
 };
+
+/// Writes a text that the program made itself, escape sequences included, past what keeps those of others
+/// from a terminal. Throws std::runtime_error when it cannot be written.
+void writeOwn(int descriptor, std::string_view text);
 
 /// A document as it is printed on standard output: for a terminal in ASCII.
 std::string jsonForOutput(const nlohmann::ordered_json& document, int indent = 2);

@@ -48,7 +48,8 @@ TABLE = {
     "oltmgrd/control": ["common", "common/commands", *("oltmgrd/" + part for part in DAEMON)],
     "oltmgrd/http": ["common", "oltmgrd/observe"],
     "oltmgrd/web": ["common", "oltmgrd/observe"],
-    "clients/onuqosplan": ["common", "onuqos/rules", "oltmgrd/files", "oltmgrd/configuration"],
+    "clients/onuqosplan": ["common", "onuqos/rules", "oltmgrd/files", "oltmgrd/platform/inventory.h",
+                           "oltmgrd/configuration/document.h"],
 
     "oltmgrd/process": ["common", "platform/include/Log.h", *("oltmgrd/" + part for part in DAEMON), "oltmgrd/platform/standin",
                         "oltmgrd/control", "oltmgrd/http", "oltmgrd/web"],
