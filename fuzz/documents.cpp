@@ -1,5 +1,5 @@
-// The files that an operator edits. An input is the text of one; it is loaded as a configuration and as an
-// inventory, and what can be loaded is put to use.
+// The files that an operator edits. An input is the text of one; it is loaded as a configuration, as an
+// inventory and as a plan, and what can be loaded is put to use.
 
 #include <algorithm>
 #include <cstddef>
@@ -8,6 +8,8 @@
 #include <string>
 
 #include "check.h"
+#include "clients/onuqosplan/planFile.h"
+#include "common/errors.h"
 #include "olt.h"
 #include "oltmgrd/configuration/store.h"
 #include "oltmgrd/files/errors.h"
@@ -70,6 +72,15 @@ void useInventory(const oltmgrd::InventoryFile& file) {
     standin::configure(standinOf(file.inventory));  // takes whatever the reader lets through
 }
 
+/// A plan is read, or refused in one line.
+void readPlan() {
+    try {
+        onuqosplan::loadPlan(kPath);
+    } catch (const common::UsageError& error) {
+        require(isOneLine(error.what()), "the operator is told in one line");
+    }
+}
+
 }  // namespace
 }  // namespace fuzz
 
@@ -77,6 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::theFile().emplace(reinterpret_cast<const char*>(data), size);
     const auto configuration = fuzz::loaded(oltmgrd::loadConfiguration);
     const auto inventory = fuzz::loaded(oltmgrd::loadInventory);
+    fuzz::readPlan();
     if (configuration) {
         fuzz::useConfiguration(*configuration);
     }

@@ -45,7 +45,7 @@ class Installed(harness.DaemonTest):
     def test_libraries_are_looked_for_in_named_folders_only(self):
         built = list(elf_files(os.path.join(BUILD, "bin"), os.path.join(BUILD, "lib")))
         installed = list(elf_files(self.tree))
-        self.assertLessEqual({"oltmgrd", "oltctl", "onuqosctl", "libonuqos.so", "liboltplatform.so"},
+        self.assertLessEqual({"oltmgrd", "oltctl", "onuqosctl", "onuqosplan", "libonuqos.so", "liboltplatform.so"},
                              {os.path.basename(path) for path in installed})
         for path in (*built, *installed):
             for elements in re.findall(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", readelf("-d", path)):
