@@ -48,6 +48,18 @@ std::optional<Port> portWithLimits(const oltmgrd::Inventory& inventory, const ol
     return port;
 }
 
+/// A start would not be able to restore such.
+void noteStrayBindings(Olt& olt, const Parents& parents) {
+    const auto stray = std::ranges::count_if(olt.configuration.bindings, [&](const auto& binding) {
+        return !parents.contains(binding.interface);
+    });
+    if (stray != 0) {
+        olt.notes.push_back(
+            std::to_string(stray) +
+            " bindings of the configuration are on ONUs that the inventory lacks: passed over");
+    }
+}
+
 std::string sumsText(std::uint32_t fixed, std::uint32_t assured) {
     return std::to_string(fixed) + "/" + std::to_string(assured);
 }
@@ -73,6 +85,7 @@ Olt offlineOlt(const std::string& inventoryPath, const std::string& configuratio
         parents[onu.interface] = onu.parent;
         onus[onu.parent].push_back(onu.interface);
     }
+    noteStrayBindings(olt, parents);
     std::map<std::uint32_t, Committed> committed = replay(olt.configuration, parents);
     for (const oltmgrd::InventoryPort& listed : inventory.ports) {
         std::optional<Port> port = portWithLimits(inventory, listed, olt.tenG, olt.notes);

@@ -25,9 +25,9 @@ struct InventoryPort {
     std::uint32_t olt = 0;  ///< OLT port number, from 1
     std::uint32_t slot = 0;
     std::uint32_t port = 0;
-    int technology = kTechnologyGpon;  ///< handed on as it stands
-    std::uint32_t minDistance = 0;     ///< kilometres
-    std::uint32_t maxDistance = 20;    ///< kilometres
+    int technology = kTechnologyGpon;                           ///< handed on as it stands
+    std::uint32_t minDistance = 0;                              ///< kilometres
+    std::uint32_t maxDistance = 20;                             ///< kilometres
     std::uint32_t capacityFixed = capacityOf(kTechnologyGpon);  ///< for fixed rates, bytes per second
     std::uint32_t capacityTotal = capacityOf(kTechnologyGpon);  ///< for fixed and assured rates together
 };

@@ -23,9 +23,8 @@ standin::Inventory standinOf(const Inventory& inventory) {
             {.interface = onu.interface, .parent = onu.parent, .slot = onu.slot, .port = onu.port});
     }
     for (const ServiceProfile& profile : inventory.serviceProfiles) {
-        platform.serviceProfiles.push_back({.name = profile.name,
-                                            .tContProfile = profile.tcontProfile,
-                                            .flowProfile = profile.flowProfile});
+        platform.serviceProfiles.push_back(
+            {.name = profile.name, .tContProfile = profile.tcontProfile, .flowProfile = profile.flowProfile});
     }
     return platform;
 }
