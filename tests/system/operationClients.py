@@ -315,7 +315,7 @@ class OperatorTest(ClientTest):
             "service-profile-list": ["service-profile", "list"],
             "service-profile-remove": ["service-profile", "remove", "base64:/w=="],
             "config-apply-start": ["config", "apply-start"], "config-apply-stop": ["config", "apply-stop"],
-            "config-save": ["config", "save", "--file", config],
+            "config-get": ["config", "get"], "config-save": ["config", "save", "--file", config],
             "interface-event": ["interface", "event", "101", "4"],
             "onu-config-event": ["onu", "config-event", "101", "yes", "--other"],
             "interface-type-set": ["interface", "type", "102", "none"],
