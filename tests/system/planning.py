@@ -47,7 +47,11 @@ class Planning(clients.ClientTest):
         return self.daemon.bind(interface, tcont, flow, tcont, PROFILES[tcont][0])
 
     def plan(self, *arguments, **options):
-        return clients.run([self.client("onuqosplan"), *arguments], **options)
+        answer = clients.run([self.client("onuqosplan"), *arguments], **options)
+        if "--json" in arguments and answer.out:
+            clients.validate(answer, ("--control", "--inventory", "--config", "--tcont-profile", "--port", "--on",
+                                      "--count", "--technology"))
+        return answer
 
     def live(self, *arguments):
         """The JSON of a live answer that says yes or no."""
@@ -230,6 +234,7 @@ class Planning(clients.ClientTest):
             answer = self.plan(*arguments)
             self.assertEqual(answer.status, status, (arguments, answer.err))
             self.assertIn(said, answer.err)
+            self.assertEqual(self.plan("--json", *arguments).status, status)
             self.assertLessEqual(len(answer.err.splitlines()), 1)
 
 
