@@ -184,16 +184,17 @@ TEST_P(Service, aClientWithManyRequestsDoesNotHoldUpOthers) {
     ASSERT_NE(rpc_onuqos_null_1(other.get()), nullptr);  // accepted before the others queue
     ASSERT_NE(rpc_onuqos_null_1(client_.get()), nullptr);
     const bool tcp = GetParam() == IPPROTO_TCP;
-    const auto nameOf = [tcp](std::uint32_t id) { return (tcp ? "t" : "u") + std::to_string(100 + id); };
-    constexpr std::uint32_t kCalls = 100;  // more than are served in a turn
+    const std::string name = tcp ? "t" : "u";  // made by the last of the calls
+    // More than are served in two turns: the first may begin before the other client has asked.
+    constexpr std::uint32_t kCalls = 200;
     {
         const BLLManager::exclusiveLock_t held;  // the first request waits for it, the rest queue behind
         ASSERT_TRUE(held.obtained());
         for (std::uint32_t id = 0; id < kCalls; ++id) {
-            const std::string call = callWith(id, 100, nameOf(id));
+            const std::string call = callWith(id, id == kCalls - 1 ? 100 : 104, name);
             transmit(descriptorOf(client_), tcp ? record(call) : call);
         }
-        transmit(descriptorOf(other), record(callWith(kCalls, 101, nameOf(kCalls - 1))));
+        transmit(descriptorOf(other), record(callWith(kCalls, 101, name)));
     }
     std::uint32_t reply[8]{};
     ASSERT_EQ(recv(descriptorOf(other), reply, sizeof reply, MSG_WAITALL), ssize_t{sizeof reply});
