@@ -227,6 +227,10 @@ TEST_F(CacTest, checksAdmitWhatJustFits) {
     EXPECT_FALSE(actual());
     EXPECT_EQ(logLines().back(),
               refusalLine("onuQosActualCacOnServiceApply", "actual CAC check() failed for intf: 101"));
+    // 12960000 and 4284417024 with their overheads: their sum takes more than 32 bits.
+    setFree(kMost, kMost);
+    EXPECT_TRUE(module_.onuQosActualCacOnServiceApply(101, 12000000, 0));
+    EXPECT_FALSE(module_.onuQosActualCacOnServiceApply(101, 12000000, 4244967296U));
 }
 
 TEST_F(CacTest, whatManagementSeesOfAPort) {
@@ -326,6 +330,10 @@ TEST_F(CacTest, theAlarmIsReportedOnceATransition) {
         module_.onuQosOltPortDistanceChangedEventHandler(1);
         EXPECT_EQ(reports(), "+");
     }
+    fail("interfaceSlotPortIntfGet");
+    EXPECT_EQ(module_.onuQosOltCacAlarm(1, true), onuQosResError) << "asked for where nothing changes, too";
+    EXPECT_THAT(logLines(), ElementsAre(refusalLine("onuQosOltCacAlarm",
+                                                    "interfaceSlotPortIntfGet() failed for OLT intf: 1")));
     standin::ports::setDistances(1, 0, 20);
     fail("reportAlarm");
     EXPECT_EQ(module_.onuQosOltCacStateUpdate(1), onuQosResError);

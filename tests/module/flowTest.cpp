@@ -88,6 +88,7 @@ TEST_F(FlowTest, ruleOperations) {
         {"4095", {3, {8}}, kVlan, kAdd, {3, {4095, 5}}, kError, {3, {8}}, {}, badVlan, Rule{3, {5, 4095}}},
         {"add goes first", {3, {5, 10}}, kVlan, kAdd, {3, {7}}, kOk, {3, {7, 5, 10}}, "{3, [7, 5, 10]}"},
         {"add of known", {3, {10, 5}}, kVlan, kAdd, {3, {10, 6}}, kOk, {3, {6, 10, 5}}, "{3, [6, 10, 5]}", {}, Rule{3, {6, 10}}},
+        {"add drops stored doubles", {3, {5, 10, 5}}, kVlan, kAdd, {3, {7, 7}}, kOk, {3, {7, 7, 5, 10}}, "{3, [7, 7, 5, 10]}"},
         {"add nothing", {3, {5}}, kVlan, kAdd, {3, {}}, kOk, {3, {5}}},
         {"delete", {3, {5, 10, 5}}, kVlan, kDelete, {kNone, {99, 5}}, kOk, {3, {10}}, "{3, [10]}"},
         {"delete of none stored", {3, {5}}, kVlan, kDelete, {3, {4095, 0}}, kOk, {3, {5}}, "{3, [5]}"},

@@ -76,6 +76,10 @@ TEST(TContRateVerdict, holdsTheRangeAndTheStep) {
     EXPECT_EQ(verdict.step, 64);
     EXPECT_EQ(verdict.nearestBelow, 256);
     EXPECT_EQ(verdict.nearestAbove, std::nullopt);
+
+    const TContRates least = tContDefaultRates(tContType1);
+    EXPECT_EQ(verdictOn(kTContFixed, tContType1, least, kFineFixedRateMax).step, 128);
+    EXPECT_EQ(verdictOn(kTContFixed, tContType1, least, kFineFixedRateMax + 1).step, 1024);
 }
 
 }  // namespace

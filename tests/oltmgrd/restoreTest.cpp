@@ -446,6 +446,25 @@ TEST_F(RestoreTContIds, MoreTContsThanIdsStayBoundToProfilesThatAreDeletedAgain)
     EXPECT_EQ(tContText("now 7"), "1 5 8192/0/1244160 2 1 0");
 }
 
+TEST_F(RestoreTContIds, ServicesWhoseAccountingIsRefusedKeepTheirOrder) {
+    bindWithOneId(8);  // of which some are bound before the others
+    const ConfigurationDocument document = saved();
+    const auto namesOf = [](const oltmgrd::ServiceSide& side) {
+        Told names;
+        for (const auto& service : side.list()) {
+            names.push_back(service.service);
+        }
+        return names;
+    };
+    const Told before = namesOf(services());
+    startAgain();
+    module_.configurationApplyStart();
+    fail("interfaceParentGet", 1, 1000);
+    oltmgrd::ServiceSide side(interface(), *host_);
+    EXPECT_EQ(restoreConfiguration(interface(), document, side, *host_).bindings, 0U);
+    EXPECT_EQ(namesOf(side), before);
+}
+
 TEST_F(RestoreTest, FullTablesLeaveProfilesDeletedThatWereDeletedWhileBound) {
     makeFlow("gone");
     makeRates("gone", 512, 512, 3);

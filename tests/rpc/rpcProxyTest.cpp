@@ -160,6 +160,7 @@ TEST(Proxy, startsAgainOnlyAfterItsThreadIsJoined) {
 
 TEST(Proxy, interruptsARoutineThatChecksForIt) {
     RPCProxy proxy(loopUntilInterrupted, "checks");
+    EXPECT_FALSE(standin::threads::awaitEnd("checks", std::chrono::milliseconds(0))) << "not begun yet";
     ASSERT_TRUE(proxy.start());
     EXPECT_TRUE(standin::threads::awaitRunning("checks", kPatience));
     EXPECT_FALSE(proxy.isStopped());

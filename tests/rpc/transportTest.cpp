@@ -536,13 +536,15 @@ TEST_F(Transports, whoStopsReadingIsCutAndWhoReadsSlowlyIsNot) {
     for (int i = 0; i < 500; ++i) {
         bytes += record(callOf(kBlock, items({8000})));
     }
+    Client idle(listener_);
     Client stopped(listener_);
     Client slow(listener_);
+    expectAnswered(idle, 1);
     stopped.send(bytes);
     slow.send(bytes);
     serveUntil([this, &slow] {
         slow.read(1);
-        return hub_->connections() < 2;
+        return hub_->connections() < 3;
     });
     EXPECT_FALSE(slow.isClosed);
     const auto again = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -553,4 +555,5 @@ TEST_F(Transports, whoStopsReadingIsCutAndWhoReadsSlowlyIsNot) {
     expectClosed(stopped);
     expectReceived(slow, 500 * (28 + std::size_t{8004}));
     expectAnswered(slow, 1);
+    expectAnswered(idle, 2);
 }

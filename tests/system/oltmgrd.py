@@ -440,9 +440,11 @@ class Commands(harness.DaemonTest):
 
     def test_the_equipment_manager_needs_its_feature(self):
         self.daemon.stop()
-        self.daemon.write_inventory({**harness.INVENTORY, "features": {}})
-        self.daemon.start()
-        self.assertIn("feature 5 is not active", self.daemon.refused("onu-config-event", interface=101, ready=True))
+        for features in ({}, {"5": False}):
+            self.daemon.write_inventory({**harness.INVENTORY, "features": features})
+            self.daemon.start()
+            self.assertIn("feature 5 is not active", self.daemon.refused("onu-config-event", interface=101, ready=True))
+            self.daemon.stop()
 
 
 class Configuration(harness.DaemonTest):
@@ -523,6 +525,23 @@ class Configuration(harness.DaemonTest):
         self.assertEqual(daemon.request("status")["restore"]["lost"], [])
         daemon.stop()
 
+    def test_an_alarm_that_is_raised_again_is_no_difference(self):
+        daemon = self.daemon
+        port = {"interface": 1, "technology": "gpon", "maxDistance": 60}
+        daemon.write_inventory({"ports": [port], "onus": [{"interface": 101, "parent": 1, "port": 1}]})
+        daemon.start_with_config()
+        rpc = daemon.rpc()
+        rpc.do(FLOW_CREATE, "f")
+        rpc.do(TCONT_CREATE, "t")
+        rpc.close()
+        self.assertEqual(daemon.bind(101, "s", "f", "t"), "onuQosResOk")
+        daemon.request("config-save")
+        self.restart()
+        self.assertEqual(len(daemon.request("alarms-get")["active"]), 1)
+        restored = daemon.request("status")["restore"]
+        self.assertEqual((restored["lost"], restored["differences"]), ([], []))
+        daemon.stop()
+
     def test_what_cannot_be_restored_is_told_and_kept(self):
         daemon = self.daemon.start_with_config()
         rpc = daemon.rpc()
@@ -541,9 +560,9 @@ class Configuration(harness.DaemonTest):
         self.assertEqual(daemon.request("status")["restore"]["lost"], lost)
         self.assertIn(f"configuration {daemon.config_path}: not restored: {lost[0]}\n", daemon.errors())
         self.assertEqual([row["interface"] for row in daemon.request("service-list")["services"]], [101])
+        daemon.request("config-save", file=self.path("other.json"))
         self.assertIn("restoring it lost 1 entries", daemon.refused("config-save"))
         self.assertIn("restoring it lost", daemon.refused("config-save", file=self.path("./config.json")))
-        daemon.request("config-save", file=self.path("other.json"))
         self.assertEqual(self.read("config.json"), kept)
         self.assertEqual(daemon.request("config-save", force=True)["bindings"], 1)
         daemon.request("config-save")

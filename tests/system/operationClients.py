@@ -109,10 +109,10 @@ class AdmissionTest(ClientTest):
 
     def test_ports_that_are_none_do_not_hide_the_others(self):
         for transport, _ in BOTH:
-            answer = self.onuqosctl(transport, "--json", "cac", "show", "2", "101", "999")
+            answer = self.onuqosctl(transport, "--json", "cac", "show", "101", "999", "2")
             self.assertEqual(answer.status, 1)
             self.assertEqual([port["resultName"] for port in answer.json()["ports"]],
-                             ["rpcTContProfileResOk", "rpcTContProfileResError", "rpcTContProfileResError"])
+                             ["rpcTContProfileResError", "rpcTContProfileResError", "rpcTContProfileResOk"])
             self.assertEqual(len(answer.err.splitlines()), 2)
 
     def test_watching(self):
@@ -412,6 +412,22 @@ class OperatorTest(ClientTest):
             answer = self.oltctl("--json", "call", *arguments)
             self.told(answer, 1, status, {1: "refused", 2: "unknownCommand"}[status], "call " + arguments[0])
             self.assertRegex(answer.err, rf"^oltctl: .*{text}.*\n$")
+
+    def test_who_refuses_a_request_before_all_of_it_came_is_heard(self):
+        path = os.path.join(self.directory, "theirs")
+        with open(os.path.join(self.directory, "request"), "w+", encoding="utf-8") as request, \
+                socket.socket(socket.AF_UNIX) as server:
+            json.dump({"name": "x" * (4 << 20)}, request)
+            request.seek(0)
+            server.bind(path)
+            server.listen()
+            with subprocess.Popen([self.client("oltctl"), "--control", path, "call", "message", "-"], stdin=request,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE) as client:
+                connection, _ = server.accept()
+                connection.sendall(b'{"result": 1, "text": "far too long"}\n')
+                connection.close()
+                out, err = client.communicate(timeout=PATIENCE)
+        self.assertEqual((client.returncode, out, err), (1, b"", b"oltctl: far too long\n"))
 
     def test_names_in_use_by_service_profiles(self):
         for transport, _ in BOTH:
