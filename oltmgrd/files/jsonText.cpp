@@ -27,7 +27,7 @@ public:
     bool key(string_t& name) override {
         Level& level = levels_.back();
         if (!level.members.insert(name).second) {
-            throw JsonError(jsonPointer(pointerOf(levels_.size() - 1), name), "stands there twice");
+            throw JsonError(jsonPointer(pointerOf(levels_.size() - 1), name), "appears twice");
         }
         if (level.members.size() > limits_.members) {
             throw JsonError(pointerOf(levels_.size() - 1),

@@ -39,7 +39,7 @@ TEST(Json, RefusesBadOnesWithTheirPlace) {
         {R"({"a": [1, }]})", "/a/1: parse error at line 1, column 11"},
         {"{} x", "top level: parse error at line 1, column 4"},
         {"{} // comment", "top level: parse error at line 1, column 4"},
-        {R"([{"x/y": 1, "x/y": 2}])", "/0/x~1y: stands there twice"},
+        {R"([{"x/y": 1, "x/y": 2}])", "/0/x~1y: appears twice"},
         {R"({"a": {"x": 1, "y": 2, "z": 3}})", "/a: an object has at most 2 members"},
         {nested(4), "/0/0/0: nested more than 3 levels deep"},
         {nested(1'000'000), "/0/0/0: nested more than 3 levels deep"}};

@@ -151,6 +151,10 @@ void StressTest::run(bool faults) {
         makeRates("t" + std::to_string(i), 256 << i, 512 << i, i + 1);
         makeFlow("f" + std::to_string(i));
     }
+    // Is more than its port bears at 54 km, whatever the threads have bound by then.
+    makeRates("stays", 256, 0, kProfiles + 1);
+    makeFlow("stays");
+    ASSERT_EQ(bind(kOnus[0], "stays", "stays", "stays", 9), onuQosResOk);
     start([&](const Below& below) { changeBinding(kOnus[below(3)], below); });
     start([&](const Below& below) { changeBinding(kOnus[3 + below(3)], below); });
     start([&](const Below& below) {  // changes that bindings forbid or let through
