@@ -78,7 +78,8 @@ std::vector<const TContRateKind*> candidates(const rules::TContRequest& request)
     std::ranges::copy_if(kOrder, std::back_inserter(kinds), [&](const TContRateKind* kind) {
         return rules::tContRateRules(request.type).*kind->configurable;
     });
-    std::ranges::stable_partition(kinds, [&](const TContRateKind* kind) { return request.asksFor(*kind); });
+    std::stable_partition(kinds.begin(), kinds.end(),
+                          [&](const TContRateKind* kind) { return request.asksFor(*kind); });
     return kinds;
 }
 

@@ -45,7 +45,7 @@ onuQos::onuQosRes wantedGet(onuQos& module, const RateRules& rateRules, const tC
             return module.onuQosRoundRateTcont(rate, type);
         });
     if (verdict.kind != nullptr) {
-        const TContRate& row = kTContRates.at(verdict.kind->type);
+        const TContRate& row = tContRateOf(*verdict.kind);
         if (verdict.reason == rules::RateReason::notCarried) {
             logError(kOperation, row.notConfigurable);
         } else {
@@ -101,7 +101,7 @@ onuQos::onuQosRes wantedSet(onuQos& module, const RateRules& rateRules, const tC
     const auto rates = rowOf(rateRules, wanted.tContType);
     for (const rules::TContRateKind* kind :
          rules::tContWriteOrder(existed, wanted.tContType, rules::ratesOf(stored), rules::ratesOf(wanted))) {
-        const TContRate& row = kTContRates.at(kind->type);
+        const TContRate& row = tContRateOf(*kind);
         if ((mask & kind->parm) == 0 || !(rates.*kind->configurable)) {
             continue;
         }

@@ -41,6 +41,10 @@ inline constexpr const TContRate& kTContFixedRate = kTContRates[0];
 inline constexpr const TContRate& kTContAssuredRate = kTContRates[1];
 inline constexpr const TContRate& kTContMaximumRate = kTContRates[2];
 
+constexpr const TContRate& tContRateOf(const rules::TContRateKind& kind) {
+    return kTContRates.at(static_cast<std::size_t>(kind.type));
+}
+
 /// The row of a type in a rule table of the module; zeros for a type without one.
 template <typename Row>
 Row rowOf(const std::map<onuTContProfileType, Row>& table, onuTContProfileType type) {

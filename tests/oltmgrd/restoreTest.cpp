@@ -48,9 +48,10 @@ void RestoreTest::noteBound() {
             if (bound_.contains({onu, service})) {
                 continue;
             }
-            const auto equal = std::ranges::find_if(bindings, [&](const auto& other) {
-                return other.second == binding && bound_.contains({onu, other.first});
-            });
+            const auto equal =
+                std::ranges::find_if(bindings, [&, onu = onu, &binding = binding](const auto& other) {
+                    return other.second == binding && bound_.contains({onu, other.first});
+                });
             bound_[{onu, service}] =
                 equal != bindings.end()
                     ? bound_.at({onu, equal->first})

@@ -148,7 +148,7 @@ void StressTest::expectAppliedSets() const {
 /// Everything at once; with `faults`, platform calls are refused in between.
 void StressTest::run(bool faults) {
     for (unsigned int i = 0; i < kProfiles; ++i) {
-        makeRates("t" + std::to_string(i), 256 << i, 512 << i, i + 1);
+        makeRates("t" + std::to_string(i), 256U << i, 512U << i, i + 1);
         makeFlow("f" + std::to_string(i));
     }
     // Is more than its port bears at 54 km, whatever the threads have bound by then.

@@ -292,7 +292,7 @@ TEST_F(Transports, writeNothingOfCredentialsThatAreCutShort) {
 
 TEST_F(Transports, denyContextsThatTheLibraryWouldKeep) {
     const std::string initiate = items({1, 1, 0, 1, 0});
-    for (const std::uint32_t flavour : {RPCSEC_GSS, AUTH_DES}) {
+    for (const auto flavour : {std::uint32_t{RPCSEC_GSS}, std::uint32_t{AUTH_DES}}) {
         const std::string bytes = withCredentials(flavour, initiate);
         const std::string denied = items({7, REPLY, MSG_DENIED, AUTH_ERROR, AUTH_REJECTEDCRED});
         Client connection(listener_);
