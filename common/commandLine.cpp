@@ -22,7 +22,7 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-/// Whether nobody is left who would read from the pipe, as behind `head`.
+/// Whether nobody is left who would read from the pipe, as with `head`.
 bool hasReadEnough(int pipe) {
     pollfd state{.fd = pipe, .events = 0, .revents = 0};
     return ::poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;

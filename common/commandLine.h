@@ -26,7 +26,7 @@ class Given {
 public:
     [[nodiscard]] bool present() const;
 
-    /// The value, the last one where the option stands several times; what counts unless it is given.
+    /// The value, the last one where the option is given several times; what counts unless it is given.
     [[nodiscard]] std::string text() const;
 
     /// Every value, in the order of the line.
@@ -55,7 +55,7 @@ public:
     explicit Command(CLI::App& app) : app_(&app) {}
 
     [[nodiscard]] Command add(const std::string& word, const std::string& help) const;
-    /// A word that says nothing without another one behind it.
+    /// A word that says nothing without another one after it.
     Command addGroup(const std::string& word, const std::string& help) const;
     /// The command that add or addGroup made.
     [[nodiscard]] Command at(const std::string& word) const;

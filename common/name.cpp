@@ -18,7 +18,7 @@ constexpr std::string_view kPrefix = "base64:";
 const char* const kNameHelp =
     "Names are bytes. A name that is hard to type can be given as base64:..., for instance\n"
     "\"base64:$(printf 'a\\377' | base64 -w0)\"; so must one that itself begins with \"base64:\".\n"
-    "A name that begins with '-' or is \"++\" goes behind \"--\".";
+    "A name that begins with '-' or is \"++\" goes after \"--\".";
 
 std::string base64Encode(std::string_view bytes) {
     std::string text;

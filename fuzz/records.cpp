@@ -19,7 +19,7 @@
 namespace fuzz {
 namespace {
 
-/// The records of a whole stream, and whether it goes on behind them.
+/// The records of a whole stream, and whether it goes on after them.
 struct Decoded {
     std::vector<std::string> records;
     bool isBroken = false;

@@ -49,7 +49,7 @@ void printProfiles(Session& session, const std::vector<Profile>& profiles, bool 
 
 void printAttached(Session& session, const std::string& kind, const std::string& name, bool attached);
 
-/// Values of new profiles; `title` stands where the name of a profile would.
+/// Values of new profiles; `title` takes the place of a profile's name.
 void printDefaults(Session& session, TContProfile profile, const std::string& title);
 void printDefaults(Session& session, const rpcOnuFlowProfileAction& action);
 

@@ -22,7 +22,7 @@ struct Endpoint {
     double timeoutSeconds = 5;          // for one request, connecting included
 };
 
-/// The number behind an enumerator that came over the wire, where any 32-bit value can stand.
+/// The number of an enumerator that came over the wire, where any 32-bit value can stand.
 template <typename Enumeration>
 std::int32_t wireNumber(const Enumeration& value) {
     static_assert(sizeof(Enumeration) == sizeof(std::int32_t));
@@ -41,9 +41,9 @@ std::int32_t resultOf(const Reply& reply) {
     }
 }
 
-/// The RPC program behind its generated stubs. Connects with the first request, and anew with the one that
-/// follows a lost connection. Not for use by several
-/// threads: a reply lives in the stub and lasts until the same procedure is asked again.
+/// The RPC program, called by its generated stubs. Connects with the first request, and anew with the one
+/// that follows a lost connection. Not for use by several threads: a reply lives in the stub and lasts until
+/// the same procedure is asked again.
 class Program {
 public:
     explicit Program(const Endpoint& endpoint);

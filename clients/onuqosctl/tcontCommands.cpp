@@ -90,7 +90,7 @@ tells the steps that work.
         "Id, type and rates in one request: the module checks them all before it changes anything "
         "(procedure 115)";
     static constexpr const char* kSetHelp =
-        R"(Values are set one by one in the order given, each by its own procedure; an option may stand several
+        R"(Values are set one by one in the order given, each by its own procedure; an option may be given several
 times. The first refusal ends it, what was set before stays. With --together one create-and-set request
 carries all values (procedure 115; 104 asks first whether there is such a profile).
 )";

@@ -50,7 +50,7 @@ private:
         bool array = false;
         std::size_t index = 0;  // of the element that is being read
         std::string member{};   // likewise
-        bool inMember = false;  // behind the member's name, before the end of its value
+        bool inMember = false;  // after the member's name, before the end of its value
         std::set<std::string> members{};
     };
 

@@ -7,7 +7,7 @@
 /// The module's in-process interface in the shape of the wire: one function a procedure. Each converts its
 /// arguments, calls the `onuQos` operation of the same name, and answers the procedure's result code as the
 /// operation's result maps to it; 1 where it has no code of its own. Outputs are written only on success, but
-/// for a stored value that has no form on the wire, which answers 1 behind the fields already written. Names
+/// for a stored value that has no form on the wire, which answers 1 after the fields already written. Names
 /// are NUL-terminated; a null pointer counts as the empty name. The functions take no lock of their own and
 /// may be called from any thread. Rates in kbit/s.
 extern "C" {

@@ -17,7 +17,7 @@ inline std::string text(const char* argument) {
 /// The text of a record's name field, up to its first NUL.
 std::string nameOf(const char (&field)[ONUQOS_NAME_BYTES]);
 
-/// The first 64 bytes of `name`, and zeros behind them.
+/// The first 64 bytes of `name`, and zeros after them.
 void nameSet(char (&field)[ONUQOS_NAME_BYTES], const std::string& name);
 
 onuQos::onuFlowProfileRule ruleOf(const rpcOnuFlowProfileRule& rule);
@@ -29,7 +29,7 @@ bool onuFlowProfileSet(rpcOnuFlowProfileInfo& record, const onuQos::onuFlowProfi
 
 tContProfileInfo tContProfileOf(const rpcTContProfileInfo& record);
 
-/// Id, type and rates; false for a type without a form on the wire, behind the id.
+/// Id, type and rates; false for a type without a form on the wire, after the id.
 bool tContRatesSet(rpcTContProfileInfo& record, const tContProfileInfo& info);
 
 /// The SR-DBA fields; false for an allocation type without a form on the wire, with nothing written.

@@ -15,7 +15,7 @@ using Bindings = std::map<std::string, onuQosServiceIntfInfo>;
 /// Whether a binding may be made, or what its removal releases.
 struct BindingVerdict {
     Result result = Result::ok;
-    const std::string* other = nullptr;  ///< the service whose binding stands against it
+    const std::string* other = nullptr;  ///< the service whose binding forbids it
     bool accounting = true;              ///< no other binding of the ONU uses the T-CONT profile
     bool platform = true;                ///< no other binding of the ONU is identical
 };

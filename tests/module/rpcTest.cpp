@@ -29,7 +29,7 @@ Bytes text(const std::string& value) {
     return numbers(value.size()) + value + Bytes((4 - value.size() % 4) % 4, '\0');
 }
 
-/// A fixed array of char: an item of four bytes an element, sign-extended, and zeros behind the value.
+/// A fixed array of char: an item of four bytes an element, sign-extended, and zeros after the value.
 Bytes chars(std::string value, std::size_t size) {
     value.resize(size, '\0');
     Bytes items;

@@ -405,7 +405,7 @@ TEST_F(RestoreTest, OneFlowProfileOnTwoVirtualPortsBecomesTwo) {
 }
 
 /// Binds further services of an ONU to T-CONT profiles "0", "1" and so on, all with T-CONT id 1: a profile
-/// that has another name by then does not stand in the way.
+/// that has another name by then is not in the way.
 class RestoreTContIds : public RestoreTest {
 protected:
     void bindWithOneId(unsigned int count) {

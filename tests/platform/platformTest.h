@@ -17,7 +17,7 @@ protected:
 
     ~PlatformTest() override { standin::reset(); }
 
-    /// PON ports 1 (GPON) and 2 (10G), two ONUs behind the first, one behind the second.
+    /// PON ports 1 (GPON) and 2 (10G), two ONUs of the first, one of the second.
     static standin::Inventory smallOlt() {
         standin::Inventory inventory;
         inventory.ports = {{.interface = 1, .slot = 3, .port = 7},
