@@ -20,6 +20,9 @@ namespace onuqosctl {
 namespace {
 
 constexpr std::uint32_t kUnknownRate = 0xFFFFFFFF;
+/// So many interfaces are asked at once at most: each costs a question, and a line of the log where it is no
+/// PON port.
+constexpr std::uint32_t kProbedMost = 65536;
 /// What the line asks for.
 struct Options {
     common::Given ports, probe, capacity, fixedCapacity, watch, count;
@@ -62,6 +65,12 @@ std::vector<std::uint32_t> portsToShow(Session& session, const Options& options)
     const std::uint32_t last = dash == std::string::npos ? first
                                                          : common::parseUnsigned(range.substr(dash + 1),
                                                                                  "--probe", {.least = first});
+    if (last - first >= kProbedMost) {
+        throw common::UsageError("cac show: --probe asks " + std::to_string(kProbedMost) +
+                                     " interfaces at most, and " + range + " are " +
+                                     std::to_string(std::uint64_t{last} - first + 1),
+                                 "oltctl port list shows which interfaces are PON ports");
+    }
     for (std::uint64_t port = first; port <= last; ++port) {
         if (askPort(session, static_cast<std::uint32_t>(port)).result == 0) {
             ports.push_back(static_cast<std::uint32_t>(port));

@@ -267,7 +267,9 @@ class ModuleTest(ClientTest):
                           ["tcont", "show", "base64:AA=="], ["flow", "vlan", "set", "p", "4096"],
                           ["flow", "vlan", "set", "p", "9-1"], ["flow", "reset", "p", "vlan"],
                           ["cac", "show", "x"], ["cac", "show"], ["cac", "show", "1", "--probe", "1-2"],
-                          ["cac", "show", "--probe", "2-1"], ["cac", "show", "--probe", "1-"], ["cac", "show", "--count", "1"], ["ping", "--count", "0"]]:
+                          ["cac", "show", "--probe", "2-1"], ["cac", "show", "--probe", "1-"],
+                          ["cac", "show", "--probe", "1-65537"], ["cac", "show", "--probe", "0-4294967295"],
+                          ["cac", "show", "--count", "1"], ["ping", "--count", "0"]]:
             answer = run([self.client("onuqosctl"), "--port", str(self.daemon.tcp_port), *arguments])
             self.assertEqual((answer.status, answer.out), (2, ""), arguments)
             self.assertRegex(answer.err, r"^onuqosctl: [^\n]+\n$", arguments)
