@@ -4,6 +4,8 @@
 #include <iostream>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -112,6 +114,19 @@ Json parsedAnswer(const std::string& line) {
 
 std::string textOf(const Json& object, const char* key) {
     return object.contains(key) && object[key].is_string() ? object[key].get<std::string>() : std::string();
+}
+
+/// The first line, and the others in one: documents hold no tables, and lines of these are indented.
+std::pair<std::string, std::string> textAndHint(const std::string& text) {
+    std::istringstream lines(text);
+    std::string first, line, hint;
+    std::getline(lines, first);
+    while (std::getline(lines, line)) {
+        if (!line.starts_with(' ')) {
+            hint += (hint.empty() ? "" : "; ") + line;
+        }
+    }
+    return {first, hint};
 }
 
 /// The names of the channel's own results.
@@ -229,7 +244,7 @@ Json refusalDocument(const Json& answer, const std::string& words) {
     refusal.result = (fromTheModule ? arguments["res"] : answer["result"]).get<std::int64_t>();
     refusal.resultName = fromTheModule ? textOf(arguments, "resName") : channelResultName(answer["result"]);
     refusal.request = words;
-    refusal.text = text.empty() ? refusalText(answer) : text;
+    std::tie(refusal.text, refusal.hint) = textAndHint(text.empty() ? refusalText(answer) : text);
     Json document = common::refusalToJson(refusal);
     if (arguments.is_object() && arguments.contains("explanation")) {
         document["explanation"] = std::move(arguments["explanation"]);

@@ -46,6 +46,11 @@ class ExplainTest(ClientTest):
             self.operate("fault", "set", *fault)
         answer = self.oltctl("--json", *words)
         self.assertEqual((answer.status, answer.err), (shown.status, shown.err))
+        if answer.status != 0:
+            # The table is the terminal's.
+            document = answer.json()
+            self.assertEqual(shown.err.splitlines()[0], f"oltctl: {document['request']}: {document['text']}")
+            self.assertNotIn("\n", document["hint"])
         return shown.status, shown.err, self.arguments(answer)
 
     @staticmethod
@@ -139,6 +144,8 @@ class ExplainTest(ClientTest):
         self.operate("port", "available", "1", "144584000", "144584000")
         status, err, arguments = self.both(101, "b", "voip", "big", 2, 0)
         self.assertEqual((status, err), (1, FULL_PORT))
+        document = self.oltctl("--json", *self.words("check", 101, "b", "voip", "big", 2, 0)).json()
+        self.assertEqual(document["hint"], "; ".join(FULL_PORT.splitlines()[-3:]))
         self.assertEqual(arguments["explanation"]["admission"], {
             "port": 1, "rate": {"fixed": 1100032, "assured": 0}, "overhead": {"fixed": 88064, "assured": 0},
             "overheadPercent": {"fixed": 8, "assured": 50}, "overheadBand": {"fixed": 256000, "assured": 0},
