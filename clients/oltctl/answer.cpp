@@ -259,15 +259,24 @@ Json refusalDocument(const Json& answer, const std::string& words) {
 int report(const std::string& line, const std::string& words, Print print, common::Format format) {
     const Json answer = parsedAnswer(line);
     const std::string refusal = refusalText(answer);
+    const std::string warning =
+        refusal.empty() ? warningText(answer.value("arguments", Json::object())) : std::string();
     if (format == common::Format::json) {
         std::cout << common::jsonForOutput(refusal.empty() ? answer : refusalDocument(answer, words)) << '\n';
     } else if (refusal.empty()) {
-        print(std::cout, answer);
-    }
-    if (refusal.empty()) {
-        return common::kCarriedOut;
+        Json shown = answer;
+        if (!warning.empty()) {
+            shown["arguments"].erase("warning");
+        }
+        print(std::cout, shown);
     }
     std::cout.flush();
+    if (refusal.empty()) {
+        if (!warning.empty()) {
+            std::cerr << "oltctl: warning: " << warning << '\n';
+        }
+        return common::kCarriedOut;
+    }
     // What oltmgrd itself refuses, it says in whole sentences.
     const bool fromTheModule = answer["result"] == 0;
     std::cerr << "oltctl: " << (fromTheModule ? words + ": " : "") << refusal << '\n';

@@ -16,8 +16,8 @@ using Json = nlohmann::ordered_json;
 std::string refusalText(const Json& answer);
 
 /// What a refusal prints as JSON: the shape of common::refusalToJson, with the answer's explanation where it
-/// has one and the rest of its arguments. `words` is what was asked. The text is the first line of what people
-/// read, the hint the rest without its table.
+/// has one and the rest of its arguments. `words` is what was asked. The text is the first line of what
+/// people read, the hint the rest without its table.
 Json refusalDocument(const Json& answer, const std::string& words);
 
 /// Prints an answer for people: single values as lines, lists of records as tables, the text where there is

@@ -268,6 +268,23 @@ bool isBoundOtherwise(const Json& arguments) {
     return arguments.is_object() && arguments.contains("differs") && arguments["differs"] == true;
 }
 
+std::string warningText(const Json& arguments) {
+    try {
+        if (!arguments.is_object() || !arguments.contains("warning")) {
+            return "";
+        }
+        const Json& warning = arguments["warning"];
+        const auto maximum = warning.at("maximumRate").get<std::uint64_t>();
+        const bool guaranteed = warning.at("guarRateUs").get<std::uint64_t>() > maximum;
+        return "flow profile " + name(warning.at("flowProfile")) + " has a " +
+               (guaranteed ? "guaranteed" : "peak") + " rate of " +
+               number(warning.at(guaranteed ? "guarRateUs" : "peakRateUs")) + " kbit/s, and T-CONT profile " +
+               name(warning.at("tcontProfile")) + " carries " + std::to_string(maximum) + " at most";
+    } catch (const Json::exception&) {
+        return "";  // of an oltmgrd that warns of something else
+    }
+}
+
 std::string explanationText(const Json& arguments) {
     try {
         if (isBoundOtherwise(arguments)) {

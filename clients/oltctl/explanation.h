@@ -9,6 +9,9 @@ namespace oltctl {
 /// rest of a line, and the lines after it, without the end of the last one. Empty where they tell nothing.
 std::string explanationText(const nlohmann::ordered_json& arguments);
 
+/// What the arguments of an answer warn of, in one line; empty where they warn of nothing.
+std::string warningText(const nlohmann::ordered_json& arguments);
+
 /// Whether a service is bound already, and otherwise than asked for.
 bool isBoundOtherwise(const nlohmann::ordered_json& arguments);
 

@@ -135,12 +135,24 @@ Json refusalJson(const char* operation, const AppliedService& asked, const Servi
     return json;
 }
 
+Json warningJson(const AppliedService& asked, const FlowAboveMaximum& rates) {
+    return {{"reason", "flowAboveMaximum"},
+            {"flowProfile", common::nameToJson(asked.flowProfile)},
+            {"tcontProfile", common::nameToJson(asked.tcontProfile)},
+            {"guarRateUs", rates.guaranteed},
+            {"peakRateUs", rates.peak},
+            {"maximumRate", rates.maximum}};
+}
+
 }  // namespace
 
 Json explanationOf(const char* operation, const AppliedService& asked, const ServiceOutcome& outcome) {
     const ServiceVerdict& verdict = outcome.verdict;
     if (!verdict) {
         return {{"explanation", refusalJson(operation, asked, verdict)}};
+    }
+    if (outcome.aboveMaximum) {
+        return {{"warning", warningJson(asked, *outcome.aboveMaximum)}};
     }
     if (!verdict.alreadyBound) {
         return Json::object();

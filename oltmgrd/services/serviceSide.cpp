@@ -39,6 +39,25 @@ std::shared_ptr<const Values> shared(std::map<std::string, std::shared_ptr<const
     return last;
 }
 
+/// Of a service whose profiles have been found out.
+std::optional<FlowAboveMaximum> aboveMaximum(const AppliedService& service) {
+    if (service.flow.values == nullptr || service.tcont.values == nullptr) {
+        return std::nullopt;
+    }
+    const FlowAboveMaximum rates{.guaranteed = service.flow.values->guarRateUs,
+                                 .peak = service.flow.values->peakRateUs,
+                                 .maximum = service.tcont.values->maximumRate};
+    return std::max(rates.guaranteed, rates.peak) > rates.maximum ? std::optional(rates) : std::nullopt;
+}
+
+Result lockRefused(ServiceOutcome* outcome) {
+    if (outcome != nullptr) {
+        outcome->verdict.result = rules::Result::error;
+        outcome->verdict.reason = rules::ServiceReason::lock;
+    }
+    return onuQos::onuQosResError;
+}
+
 }  // namespace
 
 Result ServiceSide::apply(AppliedService service, ServiceOutcome* outcome) {
@@ -46,11 +65,7 @@ Result ServiceSide::apply(AppliedService service, ServiceOutcome* outcome) {
     // Keeps the profiles from being renamed before it is seen which they are.
     const BLLManager::exclusiveLock_t lock;
     if (!lock.obtained()) {
-        if (outcome != nullptr) {
-            outcome->verdict.result = rules::Result::error;
-            outcome->verdict.reason = rules::ServiceReason::lock;
-        }
-        return onuQos::onuQosResError;
+        return lockRefused(outcome);
     }
     const Key key{service.interface, service.service};
     const Result result = call<&Interface::onuQosServiceApplyExplained>(
@@ -67,18 +82,30 @@ Result ServiceSide::apply(AppliedService service, ServiceOutcome* outcome) {
         reconcile();
     } else if (result == onuQos::onuQosResOk && !isRemembered(key)) {
         findOut(service);
+        if (outcome != nullptr) {
+            outcome->aboveMaximum = aboveMaximum(service);
+        }
         remember(std::move(service));
     }
     return result;
 }
 
-Result ServiceSide::check(const AppliedService& service, ServiceOutcome& outcome) {
+Result ServiceSide::check(AppliedService service, ServiceOutcome& outcome) {
     const auto held = hold();
+    // Keeps the profiles as they are checked until they are looked at.
+    const BLLManager::sharedLock_t lock;
+    if (!lock.obtained()) {
+        return lockRefused(&outcome);
+    }
     const Result result = call<&Interface::onuQosServiceCheck>(
         module_, service.interface, service.service, service.flowProfile, service.tcontProfile,
         service.virtualPort, static_cast<servprofile::onuTermPointType>(service.termPoint.type),
         service.termPoint.id, outcome.verdict);
     compare(service, outcome);
+    if (result == onuQos::onuQosResOk && !outcome.verdict.alreadyBound) {
+        findOut(service);
+        outcome.aboveMaximum = aboveMaximum(service);
+    }
     return result;
 }
 

@@ -41,12 +41,19 @@ struct AppliedService {
     TermPoint pushedTermPoint{};
 };
 
+/// Rates of a flow profile above the maximum rate of the T-CONT profile that carries it, kbit/s: the module
+/// binds them, and the T-CONT carries no more than its maximum.
+struct FlowAboveMaximum {
+    std::uint32_t guaranteed, peak, maximum;
+};
+
 /// Why an operation answered as it did. The module does not keep termination points: what it calls the same
 /// may differ in them.
 struct ServiceOutcome {
     rules::ServiceVerdict verdict{};
-    std::optional<TermPoint> boundTermPoint{};  ///< of a service that is bound already
-    bool differs = false;                       ///< such a service from the one that was asked for
+    std::optional<TermPoint> boundTermPoint{};       ///< of a service that is bound already
+    bool differs = false;                            ///< such a service from the one that was asked for
+    std::optional<FlowAboveMaximum> aboveMaximum{};  ///< of a service that is accepted and new
 };
 
 /// The platform's service-profile side: applies and removes services and remembers them in order of
@@ -61,7 +68,7 @@ public:
     /// the answer is looked up only where there is an `outcome` to hold it.
     Result apply(AppliedService service, ServiceOutcome* outcome = nullptr);
     /// What `apply` would answer at this moment; changes nothing.
-    Result check(const AppliedService& service, ServiceOutcome& outcome);
+    Result check(AppliedService service, ServiceOutcome& outcome);
     Result remove(std::uint32_t interface, const std::string& service);
 
     /// Returns all entities to their factory settings; the names of those that answered false.

@@ -172,6 +172,26 @@ class ExplainTest(ClientTest):
         self.assertEqual(status, 1)
         self.assertIn("largest fixed rate that fits: 512\nthat is more than was asked for", err)
 
+    def test_rates_above_those_of_the_tcont_are_bound_and_warned_of(self):
+        self.ask("tcp", "tcont", "create", "small", "--type", "4", "--id", "4", "--maximum", "1024")
+        for onu, guaranteed, peak, told in [(101, 512, 1024, None), (102, 1024, 1088, "peak rate of 1088"),
+                                            (201, 1088, 2048, "guaranteed rate of 1088")]:
+            flow = f"flow-{onu}"
+            self.ask("tcp", "flow", "create", flow, "--guaranteed", str(guaranteed), "--peak", str(peak))
+            said = told and (f"oltctl: warning: flow profile {flow} has a {told} kbit/s, and T-CONT profile small "
+                             "carries 1024 at most\n")
+            warning = told and {"reason": "flowAboveMaximum", "flowProfile": flow, "tcontProfile": "small",
+                                "guarRateUs": guaranteed, "peakRateUs": peak, "maximumRate": 1024}
+            for verb in ("check", "apply"):
+                words = self.words(verb, onu, "s", flow, "small", 1, 0)
+                shown = self.good(self.oltctl(*words), said or "")
+                self.assertNotIn("warning", shown.out)
+                self.operate("service", "remove", str(onu), "s")
+                answer = self.good(self.oltctl("--json", *words), said or "")
+                self.assertEqual(answer.json()["arguments"].get("warning"), warning)
+            # Bound already: nothing new to warn of.
+            self.assertNotIn("warning", self.good(self.oltctl("--json", *words)).json()["arguments"])
+
     def test_a_service_that_is_bound_already(self):
         self.operate(*self.words("apply", 101, "s", "hsi", "gold", 1, 0))
         status, err, arguments = self.both(101, "s", "hsi", "gold", 1, 0)
