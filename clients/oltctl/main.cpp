@@ -116,12 +116,12 @@ void addCommand(Command app, const Row& row, Request& request) {
 }
 
 /// A command that shows one interface, by what the answers to `requests` say of it.
-void addShow(Command group, const char* placeholder, const char* help, oltctl::Print print,
-             const std::vector<const char*>& requests, Request& request) {
-    const Command command = group.add("show", help);
+void addShow(Command app, const std::string& group, const char* placeholder, const char* help,
+             oltctl::Print print, const std::vector<const char*>& requests, Request& request) {
+    const Command command = app.at(group).add("show", help);
     const Given interface = command.argument(placeholder, "Interface index", Command::Count::one);
     command.whenNamed([=, &request] {
-        request = {.words = "show", .lines = {}, .print = print};
+        request = {.words = group + " show", .lines = {}, .print = print};
         for (const char* name : requests) {
             const Row& row = *common::commands::rowNamed(name);
             std::vector<std::optional<std::string>> texts(row.arguments.size());
@@ -202,9 +202,9 @@ resultName, request, text, hint, and explanation and arguments where there are a
     for (const Row& row : common::commands::rows()) {
         row.words == "dump" ? addDump(app, row, request) : addCommand(app, row, request);
     }
-    addShow(app.at("port"), "PORT", "Shows what a PON port holds, its limits and what is free",
+    addShow(app, "port", "PORT", "Shows what a PON port holds, its limits and what is free",
             oltctl::printPort, {"ledger-get"}, request);
-    addShow(app.at("onu"), "ONU", "Shows what is bound on an ONU and accounted of it", oltctl::printOnu,
+    addShow(app, "onu", "ONU", "Shows what is bound on an ONU and accounted of it", oltctl::printOnu,
             {"onu-list", "service-list"}, request);
     addCall(app, request);
 

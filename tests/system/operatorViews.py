@@ -77,6 +77,7 @@ class ViewsTest(ClientTest):
         self.operate("fault", "set", "sharedLock", "--times", "1")
         self.assertIn("lock was not obtained", self.oltctl("port", "list").err)
         self.assertIn("interface 101 is no PON port", self.oltctl("port", "show", "101").err)
+        self.assertEqual(self.oltctl("--json", "port", "show", "101").json()["request"], "port show")
 
     def test_services_name_their_profiles_then_and_now(self):
         self.bind((101, "a", "hsi", "gold", 1), (101, "b", "vod", "gold", 2), (201, "c", "hsi", "gold", 1))
