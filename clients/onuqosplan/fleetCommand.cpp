@@ -78,6 +78,7 @@ void tellProgress(std::size_t done, std::size_t all) {
 
 int fleet(const std::string& directory, const TariffOptions& tariff, std::uint32_t wanted,
           common::Format format) {
+    tariff.check();  // else every OLT would tell it
     const bool tells = ::isatty(STDERR_FILENO) == 1;
     const std::vector<FleetOlt> olts = readFleet(
         directory, [&](const Olt& olt) { return tariff.of(olt); },

@@ -82,10 +82,14 @@ TariffOptions::TariffOptions(common::Command command)
     }
 }
 
-Tariff TariffOptions::of(const Olt& olt) const {
+void TariffOptions::check() const {
     if (profile_.present() == type_.present()) {
         throw UsageError("say what is to be bound: --tcont-profile NAME, or --type with its rates");
     }
+}
+
+Tariff TariffOptions::of(const Olt& olt) const {
+    check();
     if (profile_.present()) {
         return profileTariff(olt, common::nameFromArgument(profile_.text()));
     }

@@ -40,6 +40,9 @@ class TariffOptions {
 public:
     explicit TariffOptions(common::Command command);
 
+    /// Throws common::UsageError where not exactly one of the two is given.
+    void check() const;
+
     /// Throws common::UsageError.
     Tariff of(const Olt& olt) const;
 

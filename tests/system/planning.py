@@ -84,12 +84,22 @@ class Planning(clients.ClientTest):
         self.assertTrue(self.violation(1))
 
     def test_files_and_the_running_olt_tell_the_same(self):
+        self.files_tell_what_is()  # nothing bound yet
         for onu in range(1, 60):
             for port, tcont in ((1, "gold"), (2, "home"), (3, "mixed"), (1, "mixed")):
                 if onu % (port + 1) or tcont == "mixed":
                     self.bind_onu(1000 * port + onu, tcont)
-        for onu in (1, 2, 3):
+        self.files_tell_what_is()
+        for onu in (1, 2, 3):  # the sums keep what the order of bindings made of them
             self.daemon.request("service-remove", interface=1000 + onu, service="gold")
+        self.files_tell_what_is()
+        for onu in range(60, ONUS + 1):
+            self.bind_onu(1000 + onu, "gold")
+        self.assertTrue(self.violation(1))
+        self.files_tell_what_is()
+
+    def files_tell_what_is(self):
+        """Saves, and compares what is told of the files with what is told of the running OLT."""
         self.operate("config", "save")
         self.write("plan.json", json.dumps({
             "tariffs": [{"name": "a", "tcontProfile": "gold"}, {"name": "b", "tcontProfile": {"type": 2, "assured": "20M"}}],
@@ -229,6 +239,7 @@ class Planning(clients.ClientTest):
                 (["plan", self.path("broken.json"), *files], 2, "/demand/0/tariff: no tariff"),
                 (["plan", self.path("missing.json"), *files], 2, "missing.json"),
                 (["fleet", self.path("nowhere"), "--type", "4"], 2, "No such file"),
+                (["fleet", self.path("nowhere")], 2, "--tcont-profile NAME, or --type"),
                 (["fit", *files, "--tcont-profile", "gold", "--count", "999"], 1, ""),
                 (["fit", "--control", self.path("nobody"), "--tcont-profile", "gold"], 3, "is oltmgrd running")):
             answer = self.plan(*arguments)
