@@ -22,6 +22,17 @@ bool yesOrNo(const Argument& argument, const std::string& text) {
                              " is neither yes nor no");
 }
 
+Json numberOrUsage(const Argument& argument, const std::string& text) {
+    try {
+        return common::parseInteger(text, argument.option);
+    } catch (const common::UsageError& error) {
+        if (argument.nothing == nullptr) {
+            throw;
+        }
+        throw common::UsageError(std::string(error.what()) + ", nor the word " + argument.nothing);
+    }
+}
+
 }  // namespace
 
 std::string requestLine(std::string_view command, const Json& arguments) {
@@ -38,7 +49,7 @@ Json argumentValue(const Argument& argument, const std::string& text) {
         case Kind::shortInteger:
         case Kind::numberOrNothing:
         case Kind::integerOrNothing:
-            return common::parseInteger(text, argument.option);
+            return numberOrUsage(argument, text);
         case Kind::boolean:
             return yesOrNo(argument, text);
         case Kind::path:

@@ -31,6 +31,12 @@ TEST(ArgumentValue, FollowsTheKind) {
     EXPECT_EQ(value(Kind::boolean, "no"), Json(false));
     EXPECT_THROW(value(Kind::number, "none"), common::UsageError);
     EXPECT_THROW(value(Kind::number, "1.5"), common::UsageError);
+    try {
+        value(Kind::numberOrNothing, "nothing", "computed");
+        FAIL();
+    } catch (const common::UsageError& error) {
+        EXPECT_STREQ(error.what(), "KEY: 'nothing' is not a whole number, nor the word computed");
+    }
     EXPECT_THROW(value(Kind::boolean, "maybe"), common::UsageError);
 }
 
