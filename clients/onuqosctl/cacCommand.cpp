@@ -161,8 +161,16 @@ void printTable(std::ostream& out, const std::vector<PortState>& states, const C
 int showOnce(Session& session, const std::vector<std::uint32_t>& ports, const Capacities& capacities,
              bool oneLine) {
     std::vector<PortState> states;
+    std::string request = "cac show";
     for (const std::uint32_t port : ports) {
         states.push_back(askPort(session, port));
+        request += " " + std::to_string(port);
+    }
+    // What one port of several is refused for is told beside the others.
+    if (!oneLine && std::ranges::none_of(states, [](const PortState& state) { return state.result == 0; })) {
+        session.require(Family::tcont, states.front().result, request,
+                        "none of these is a PON port that the module can tell about; oltctl port list shows "
+                        "which are");
     }
     if (session.json()) {
         Json document = {{"capacity", capacities.total}, {"ports", Json::array()}};

@@ -114,6 +114,9 @@ class AdmissionTest(ClientTest):
             self.assertEqual([port["resultName"] for port in answer.json()["ports"]],
                              ["rpcTContProfileResError", "rpcTContProfileResError", "rpcTContProfileResOk"])
             self.assertEqual(len(answer.err.splitlines()), 2)
+            none = self.onuqosctl(transport, "--json", "cac", "show", "101", "999")
+            self.assertEqual((none.status, none.json()["result"], none.json()["request"]), (1, 1, "cac show 101 999"))
+            self.assertIn("oltctl port list", none.json()["hint"])
 
     def test_watching(self):
         for transport, _ in BOTH:
