@@ -166,6 +166,7 @@ void addDump(Command app, const Row& row, Request& request) {
 
 void addCall(Command app, Request& request) {
     const Command command = app.add("call", "Sends any control command");
+    command.footer("The command is sent as it is: none asks for --yes or --force here.");
     const Given name = command.argument("COMMAND", "As in oltctl commands");
     const Given json = command.argument(
         "JSON", "The arguments, a JSON object; - reads it from standard input", Command::Count::oneOrNone);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "clients/onuqosplan/use.h"
 
@@ -43,11 +44,11 @@ std::string row(const char* label, std::span<const Port> ports, std::size_t cell
 void addOver(std::string& text, const Olt& olt) {
     for (const Port& port : olt.ports) {
         const PortUse use = useOf(port.state);
-        const bool byFixed = use.fixed.isOver();
-        if (byFixed || use.total.isOver()) {
-            const Use& over = byFixed ? use.fixed : use.total;
-            text += "port " + std::to_string(port.interface) + " over: " + (byFixed ? "fixed " : "total ") +
-                    std::to_string(over.used) + " of " + std::to_string(over.limit) + '\n';
+        for (const auto& [name, of] : {std::pair("fixed", use.fixed), std::pair("total", use.total)}) {
+            if (of.isOver()) {
+                text += "port " + std::to_string(port.interface) + " over: " + name + ' ' +
+                        std::to_string(of.used) + " of " + std::to_string(of.limit) + '\n';
+            }
         }
     }
 }

@@ -159,7 +159,7 @@ class Planning(clients.ClientTest):
 
     def test_the_map_fits_its_terminal_and_colours_are_told_by_signs(self):
         inventory = {"ports": [{"interface": port, "technology": "gpon"} for port in range(1, 33)]}
-        bound = {"version": 2, "ports": [{"interface": 1, "fixedAlloc": 362112, "assuredAlloc": 0},
+        bound = {"version": 2, "ports": [{"interface": 1, "fixedAlloc": 362112, "assuredAlloc": 900000},
                                          {"interface": 2, "fixedAlloc": 310000, "assuredAlloc": 0}]}
         self.write("i.json", json.dumps(inventory))
         self.write("c.json", json.dumps(bound))
@@ -171,7 +171,7 @@ class Planning(clients.ClientTest):
             self.assertLessEqual(max(map(len, rows)), columns)
             self.assertIn("101!", rows[1])
             self.assertIn("86+", rows[1])
-            self.assertIn("port 1 over: fixed 362112 of 358024", map_.out)
+            self.assertIn("port 1 over: fixed 362112 of 358024\nport 1 over: total 1262112 of 1240640\n", map_.out)
             self.assertNotIn("\x1b", map_.out)
         for more, colours in (({}, True), ({"NO_COLOR": "1"}, False)):
             self.assertEqual("\x1b[48;5;" in self.on_terminal([*files, "heat"], more), colours)
