@@ -113,17 +113,10 @@ onuQos::onuQosRes onuQos::onuQosOltEstAvailRatesGet(unsigned int oltIntf, unsign
     if (!lock) {
         return onuQosResError;
     }
-    const auto type = interfaceTypeOf(oltIntf);
-    if (!type) {
-        return onuQosResError;
-    }
-    if (*type != Interfaces::interfaceTypeOltPon) {
-        return onuQosResWrongIntf;
-    }
-    const auto port = onuQosOltCacMap.find(oltIntf);
-    if (port == onuQosOltCacMap.end()) {
-        logError(kOperation, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", oltIntf);
-        return onuQosResError;
+    rules::Result result{};
+    const auto port = ponPortOf(kOperation, onuQosOltCacMap, oltIntf, result);
+    if (result != rules::Result::ok) {
+        return resultOf(result);
     }
     unsigned int maxFixedRate = 0;
     if (onuQosGetOltMaxFixedRate(oltIntf, maxFixedRate) != onuQosResOk) {

@@ -1,9 +1,9 @@
 #include "onuqos/rules/portLedger.h"
 
+#include "onuqos/cac/ports.h"
 #include "onuqos/entity/onuQos.h"
 #include "onuqos/rules/classLimits.h"
 #include "onuqos/rules/limits.h"
-#include "onuqos/support/interfaceType.h"
 #include "onuqos/support/log.h"
 
 onuQos::onuQosRes onuQos::onuQosPortLedgerGet(unsigned int oltIntf, onuQosPortLedger& ledger) const {
@@ -12,17 +12,10 @@ onuQos::onuQosRes onuQos::onuQosPortLedgerGet(unsigned int oltIntf, onuQosPortLe
     if (!lock) {
         return onuQosResError;
     }
-    const auto type = interfaceTypeOf(oltIntf);
-    if (!type) {
-        return onuQosResError;
-    }
-    if (*type != Interfaces::interfaceTypeOltPon) {
-        return onuQosResWrongIntf;
-    }
-    const auto port = onuQosOltCacMap.find(oltIntf);
-    if (port == onuQosOltCacMap.end()) {
-        logError(kOperation, "ONUQOS ERROR - onuQosOltCacMap.find() failed for OLT intf: ", oltIntf);
-        return onuQosResError;
+    rules::Result result{};
+    const auto port = ponPortOf(kOperation, onuQosOltCacMap, oltIntf, result);
+    if (result != rules::Result::ok) {
+        return resultOf(result);
     }
     ledger = {.sums = port->second,
               .bandwidthClass = &rules::limitsOf(TCONT_RATE_GRANULARITY) == &rules::kTenGLimits
